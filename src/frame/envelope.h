@@ -1,0 +1,54 @@
+// The envelope of a public routine: name it on the error stack, refuse when
+// the frame says so, run the worker directly or under the signal guard, and
+// report at the pop.
+#pragma once
+
+#include <csetjmp>
+
+#include "frame/error_block.h"
+
+namespace orvls {
+
+// Installs (on) or restores (off) the handlers of the trapped signals.
+void orvls_signal_guard(ErrorBlock* block, int on);
+
+// Runs `worker` (which returns R) as the public routine `name`; returns
+// `failure` when the worker does not run or a trapped signal ends it.  The
+// jump buffer lives in this frame, which stays alive while the worker runs.
+template <class R, class Worker>
+inline R envelope(const char* name, R failure, Worker&& worker)
+{
+    ErrorBlock* block = orvls_error_block();
+    push(block, name);
+    volatile R result = failure;
+    if (block->current_type[0] == 0) {
+        const int64_t depth = block->guard_depth;
+        if (signal_trapping.load(std::memory_order_relaxed) == 0 || depth >= kGuardLevels) {
+            result = worker();
+        } else {
+            ++block->guard_depth;
+            if (sigsetjmp(block->saved_context[depth], 0) == 0) {
+                orvls_signal_guard(block, 1);
+                result = worker();
+                --block->guard_depth;
+            } else {
+                orvls_ermes(5, 102);
+            }
+            orvls_signal_guard(block, 0);
+        }
+    }
+    pop(block, name);
+    return result;
+}
+
+// The same for a routine without a result.
+template <class Worker>
+inline void envelope(const char* name, Worker&& worker)
+{
+    envelope<int>(name, 0, [&] {
+        worker();
+        return 0;
+    });
+}
+
+}  // namespace orvls

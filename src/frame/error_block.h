@@ -1,0 +1,95 @@
+// The per-thread error block: the error stack, the message buffer and its
+// numbered parameters, the saved contexts of the signal guard, the report
+// tables by type and the message-file cache.
+#pragma once
+
+#include <atomic>
+#include <csetjmp>
+#include <cstdint>
+#include <cstdio>
+
+#include "orvls.h"
+
+namespace orvls {
+
+constexpr int kStackEntries = 200;
+constexpr int kGuardLevels = 100;
+constexpr int kParameters = 9;
+constexpr int kTypes = 9;  // error types 0 to 8
+
+struct ErrorStackEntry {
+    int8_t type;
+    int8_t user_call;
+    int64_t code;
+    const char* name;
+};
+
+using PrintRoutine = orvls_print_routine;
+
+struct ErrorBlock {
+    int64_t guard_depth;  // live saved contexts
+    int64_t signal_caught;
+    int64_t int_param[kParameters];
+    double real_param[kParameters];
+    double complex_param[kParameters][2];
+    const char* string_param[kParameters];
+    char* message_search_path;  // owned copies, set by the error options
+    char* message_file_name;
+    sigjmp_buf saved_context[kGuardLevels];
+    int64_t current_type[2];  // [0] the routine now running, [1] the one popped last
+    int64_t current_code[2];
+    char* message_buffer;
+    char* message_end;
+    int64_t message_capacity;
+    ErrorStackEntry error_stack[kStackEntries];
+    ErrorStackEntry* error_stack_top;
+    PrintRoutine print_routine;
+    int64_t print_mode;
+    int64_t full_traceback;
+    int8_t print_table[kTypes];
+    int8_t stop_table[kTypes];
+    int8_t trace_table[kTypes];
+    int8_t immediate_table[kTypes];
+    // Message-file cache (one record per thread).
+    char fallback_text[64];
+    char code_name[32];
+    const char* read_failure;
+    char path_buffer[260];
+    int64_t cached_index;
+    char* text_buffer;
+    int64_t cached_code;
+};
+
+// Library-wide frame state.
+extern std::atomic<int32_t> signal_trapping;
+extern ErrorBlock* first_error_block;
+extern std::atomic<int32_t> threads_with_trapping;
+
+// The calling thread's error block, created on first use.
+ErrorBlock* orvls_error_block();
+// The block if this thread has one; never allocates.
+ErrorBlock* existing_error_block();
+
+// Spelling of an error type, as reports print it.
+const char* type_spelling(int64_t type);
+
+// The error primitives on a block already in hand (the envelope's fast path).
+void push(ErrorBlock* block, const char* name);
+void pop(ErrorBlock* block, const char* name);
+void record(ErrorBlock* block, int64_t type, int64_t code, const char* message_template);
+
+// Ends the process with the top entry's type as exit status.
+[[noreturn]] void end_process(ErrorBlock* block);
+
+// Writes the traceback of the stack to the error stream.
+void traceback(ErrorBlock* block);
+// The print routine for a print mode.
+PrintRoutine print_routine_for_mode(int64_t mode);
+void default_print_routine(int64_t type, int64_t code, const char* name, const char* message);
+
+// The thread's error stream (standard error unless set).
+FILE* error_stream();
+
+void set_signal_trapping(int32_t value);
+
+}  // namespace orvls
