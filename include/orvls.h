@@ -40,8 +40,242 @@ extern "C" {
 /* Numbered symbols: the one table that assigns every public routine its  */
 /* exported number.  Float and double forms are adjacent, float lower.    */
 /* BEGIN NUMBERED SYMBOLS */
+/* Run-time frame: CPU clock, error settings, machine constants, version */
+#define orvls_ctime                        orvls_20226
 #define orvls_error_code                   orvls_20227
 #define orvls_error_options                orvls_20228
+#define orvls_i_machine                    orvls_20229
+#define orvls_f_machine                    orvls_20230
+#define orvls_d_machine                    orvls_20231
+#define orvls_f_constant                   orvls_20232
+#define orvls_d_constant                   orvls_20233
+#define orvls_version                      orvls_20234
+#define orvls_f_test_nan                   orvls_20235
+#define orvls_d_test_nan                   orvls_20236
+
+/* Matrix printing and the per-thread print settings */
+#define orvls_i_write_matrix               orvls_20197
+#define orvls_f_write_matrix               orvls_20198
+#define orvls_d_write_matrix               orvls_20199
+#define orvls_page                         orvls_20200
+#define orvls_write_options                orvls_20201
+
+/* Scalar complex helpers: float form on the even number, double on the odd */
+#define orvls_c_neg                        orvls_20000
+#define orvls_z_neg                        orvls_20001
+#define orvls_c_div                        orvls_20008
+#define orvls_z_div                        orvls_20009
+
+/* Scalar maximum, minimum and powers */
+#define orvls_i_min                        orvls_20138
+#define orvls_f_min                        orvls_20139
+#define orvls_d_min                        orvls_20140
+#define orvls_i_max                        orvls_20143
+#define orvls_f_max                        orvls_20144
+#define orvls_d_max                        orvls_20145
+#define orvls_f_integer_power              orvls_20149
+#define orvls_d_integer_power              orvls_20150
+#define orvls_f_power                      orvls_20151
+#define orvls_d_power                      orvls_20152
+
+/* Unconstrained minimisation */
+#define orvls_f_min_uncon_multivar         orvls_20160
+#define orvls_d_min_uncon_multivar         orvls_20161
+
+/* Special functions */
+#define orvls_f_gamma                      orvls_20040
+#define orvls_d_gamma                      orvls_20041
+#define orvls_f_log_gamma                  orvls_20042
+#define orvls_d_log_gamma                  orvls_20043
+#define orvls_f_gamma_incomplete           orvls_20044
+#define orvls_d_gamma_incomplete           orvls_20045
+#define orvls_f_beta                       orvls_20046
+#define orvls_d_beta                       orvls_20047
+#define orvls_f_log_beta                   orvls_20048
+#define orvls_d_log_beta                   orvls_20049
+#define orvls_f_beta_incomplete            orvls_20050
+#define orvls_d_beta_incomplete            orvls_20051
+#define orvls_f_erf                        orvls_20052
+#define orvls_d_erf                        orvls_20053
+#define orvls_f_erfc                       orvls_20054
+#define orvls_d_erfc                       orvls_20055
+#define orvls_f_erfc_inverse               orvls_20056
+#define orvls_d_erfc_inverse               orvls_20057
+#define orvls_f_factorial                  orvls_20058
+#define orvls_d_factorial                  orvls_20059
+#define orvls_f_binomial_coefficient       orvls_20060
+#define orvls_d_binomial_coefficient       orvls_20061
+
+/* Continuous distribution functions and inverses */
+#define orvls_f_normal_cdf                 orvls_20070
+#define orvls_d_normal_cdf                 orvls_20071
+#define orvls_f_normal_inverse_cdf         orvls_20072
+#define orvls_d_normal_inverse_cdf         orvls_20073
+#define orvls_f_bivariate_normal_cdf       orvls_20074
+#define orvls_d_bivariate_normal_cdf       orvls_20075
+#define orvls_f_t_cdf                      orvls_20076
+#define orvls_d_t_cdf                      orvls_20077
+#define orvls_f_t_inverse                  orvls_20078
+#define orvls_d_t_inverse                  orvls_20079
+#define orvls_f_chi_squared_cdf            orvls_20080
+#define orvls_d_chi_squared_cdf            orvls_20081
+#define orvls_f_chi_squared_inverse_cdf    orvls_20082
+#define orvls_d_chi_squared_inverse_cdf    orvls_20083
+#define orvls_f_F_cdf                      orvls_20084
+#define orvls_d_F_cdf                      orvls_20085
+#define orvls_f_F_inverse_cdf              orvls_20086
+#define orvls_d_F_inverse_cdf              orvls_20087
+#define orvls_f_gamma_cdf                  orvls_20088
+#define orvls_d_gamma_cdf                  orvls_20089
+#define orvls_f_gamma_inverse_cdf          orvls_20090
+#define orvls_d_gamma_inverse_cdf          orvls_20091
+#define orvls_f_beta_cdf                   orvls_20092
+#define orvls_d_beta_cdf                   orvls_20093
+#define orvls_f_beta_inverse_cdf           orvls_20094
+#define orvls_d_beta_inverse_cdf           orvls_20095
+
+/* Uniform generators: generator choice, seeds and saved state */
+#define orvls_random_option                orvls_20240
+#define orvls_random_option_get            orvls_20241
+#define orvls_random_seed_set              orvls_20242
+#define orvls_random_seed_get              orvls_20243
+#define orvls_random_substream_seed_get    orvls_20244
+#define orvls_f_random_uniform             orvls_20245
+#define orvls_d_random_uniform             orvls_20246
+#define orvls_f_random_table_get           orvls_20247
+#define orvls_d_random_table_get           orvls_20248
+#define orvls_f_random_table_set           orvls_20249
+#define orvls_d_random_table_set           orvls_20250
+#define orvls_random_GFSR_table_get        orvls_20251
+#define orvls_random_GFSR_table_set        orvls_20252
+#define orvls_random_MT32_init             orvls_20253
+#define orvls_random_MT64_init             orvls_20254
+
+/* Univariate deviates; the Poisson and the sample indices have one form */
+#define orvls_f_random_normal              orvls_20260
+#define orvls_d_random_normal              orvls_20261
+#define orvls_f_random_gamma               orvls_20262
+#define orvls_d_random_gamma               orvls_20263
+#define orvls_f_random_beta                orvls_20264
+#define orvls_d_random_beta                orvls_20265
+#define orvls_f_random_binomial            orvls_20266
+#define orvls_d_random_binomial            orvls_20267
+#define orvls_random_poisson               orvls_20268
+#define orvls_f_random_hypergeometric      orvls_20269
+#define orvls_d_random_hypergeometric      orvls_20270
+#define orvls_f_random_chi_squared         orvls_20271
+#define orvls_d_random_chi_squared         orvls_20272
+#define orvls_f_random_student_t           orvls_20273
+#define orvls_d_random_student_t           orvls_20274
+#define orvls_f_random_exponential         orvls_20275
+#define orvls_d_random_exponential         orvls_20276
+#define orvls_f_random_exponential_mix     orvls_20277
+#define orvls_d_random_exponential_mix     orvls_20278
+#define orvls_f_random_geometric           orvls_20279
+#define orvls_d_random_geometric           orvls_20280
+#define orvls_f_random_logarithmic         orvls_20281
+#define orvls_d_random_logarithmic         orvls_20282
+#define orvls_f_random_neg_binomial        orvls_20283
+#define orvls_d_random_neg_binomial        orvls_20284
+#define orvls_f_random_lognormal           orvls_20285
+#define orvls_d_random_lognormal           orvls_20286
+#define orvls_f_random_cauchy              orvls_20287
+#define orvls_d_random_cauchy              orvls_20288
+#define orvls_f_random_triangular          orvls_20289
+#define orvls_d_random_triangular          orvls_20290
+#define orvls_f_random_uniform_discrete    orvls_20291
+#define orvls_d_random_uniform_discrete    orvls_20292
+#define orvls_f_random_von_mises           orvls_20293
+#define orvls_d_random_von_mises           orvls_20294
+#define orvls_f_random_weibull             orvls_20295
+#define orvls_d_random_weibull             orvls_20296
+#define orvls_f_random_stable              orvls_20297
+#define orvls_d_random_stable              orvls_20298
+#define orvls_f_random_general_discrete    orvls_20299
+#define orvls_d_random_general_discrete    orvls_20300
+#define orvls_f_random_general_continuous  orvls_20301
+#define orvls_d_random_general_continuous  orvls_20302
+#define orvls_f_discrete_table_setup       orvls_20303
+#define orvls_d_discrete_table_setup       orvls_20304
+#define orvls_f_continuous_table_setup     orvls_20305
+#define orvls_d_continuous_table_setup     orvls_20306
+#define orvls_random_sample_indices        orvls_20307
+
+/* Simple statistics */
+#define orvls_f_simple_statistics          orvls_20206
+#define orvls_d_simple_statistics          orvls_20207
+
+/* Linear regression: regressors, fit, summaries, prediction, selection */
+#define orvls_f_regressors_for_glm         orvls_20310
+#define orvls_d_regressors_for_glm         orvls_20311
+#define orvls_f_regression                 orvls_20312
+#define orvls_d_regression                 orvls_20313
+#define orvls_f_regression_summary         orvls_20314
+#define orvls_d_regression_summary         orvls_20315
+#define orvls_f_regression_prediction      orvls_20316
+#define orvls_d_regression_prediction      orvls_20317
+#define orvls_f_regression_selection       orvls_20318
+#define orvls_d_regression_selection       orvls_20319
+#define orvls_f_regression_stepwise        orvls_20320
+#define orvls_d_regression_stepwise        orvls_20321
+
+/* Analysis of variance and multiple comparisons */
+#define orvls_f_anova_oneway               orvls_20330
+#define orvls_d_anova_oneway               orvls_20331
+#define orvls_f_anova_factorial            orvls_20332
+#define orvls_d_anova_factorial            orvls_20333
+#define orvls_f_anova_nested               orvls_20334
+#define orvls_d_anova_nested               orvls_20335
+#define orvls_f_anova_balanced             orvls_20336
+#define orvls_d_anova_balanced             orvls_20337
+#define orvls_f_multiple_comparisons       orvls_20338
+#define orvls_d_multiple_comparisons       orvls_20339
+
+/* Designed experiments */
+#define orvls_f_crd_factorial              orvls_20340
+#define orvls_d_crd_factorial              orvls_20341
+#define orvls_f_rcbd_factorial             orvls_20342
+#define orvls_d_rcbd_factorial             orvls_20343
+#define orvls_f_latin_square               orvls_20344
+#define orvls_d_latin_square               orvls_20345
+#define orvls_f_lattice                    orvls_20346
+#define orvls_d_lattice                    orvls_20347
+#define orvls_f_split_plot                 orvls_20348
+#define orvls_d_split_plot                 orvls_20349
+#define orvls_f_split_split_plot           orvls_20350
+#define orvls_d_split_split_plot           orvls_20351
+#define orvls_f_strip_plot                 orvls_20352
+#define orvls_d_strip_plot                 orvls_20353
+#define orvls_f_strip_split_plot           orvls_20354
+#define orvls_d_strip_split_plot           orvls_20355
+#define orvls_f_yates                      orvls_20356
+#define orvls_d_yates                      orvls_20357
+#define orvls_f_homogeneity                orvls_20358
+#define orvls_d_homogeneity                orvls_20359
+
+/* Contingency tables and exact tests */
+#define orvls_f_contingency_table          orvls_20370
+#define orvls_d_contingency_table          orvls_20371
+#define orvls_f_exact_network              orvls_20372
+#define orvls_d_exact_network              orvls_20373
+#define orvls_f_exact_enumeration          orvls_20374
+#define orvls_d_exact_enumeration          orvls_20375
+
+/* Kalman filter */
+#define orvls_f_kalman                     orvls_20455
+#define orvls_d_kalman                     orvls_20456
+
+/* Feed-forward networks: model, training, forecasting */
+#define orvls_f_mlff_network_init          orvls_20500
+#define orvls_d_mlff_network_init          orvls_20501
+#define orvls_f_mlff_network               orvls_20502
+#define orvls_d_mlff_network               orvls_20503
+#define orvls_f_mlff_network_free          orvls_20504
+#define orvls_d_mlff_network_free          orvls_20505
+#define orvls_f_mlff_network_trainer       orvls_20506
+#define orvls_d_mlff_network_trainer       orvls_20507
+#define orvls_f_mlff_network_forecast      orvls_20508
+#define orvls_d_mlff_network_forecast      orvls_20509
 /* END NUMBERED SYMBOLS */
 
 /* ---------------------------------------------------------------------- */
