@@ -364,9 +364,10 @@ void pop(ErrorBlock* block, const char* name)
     if (below->type <= top->type) {
         below->type = top->type;
         below->code = top->code;
-        block->current_type[0] = below->type;
-        block->current_code[0] = below->code;
     }
+    // The routine below runs again: its state is its entry's.
+    block->current_type[0] = below->type;
+    block->current_code[0] = below->code;
     block->current_type[1] = top->type;
     block->current_code[1] = top->code;
     block->error_stack_top = below;

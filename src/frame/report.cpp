@@ -62,7 +62,7 @@ void write_wrapped(FILE* out, const char* head, const char* message, const char*
                 column = kPrefixWidth;
                 continue;
             } else {
-                line = kLastColumn + 1 - column;  // a word longer than a line is split
+                line = kLastColumn - column;  // a word longer than a line is split
             }
         }
         if (const void* at = std::memchr(text, '\n', line)) {
