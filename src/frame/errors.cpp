@@ -40,8 +40,6 @@ bool valid_type(int64_t type) { return type >= 0 && type < kTypes; }
 // The message buffer cannot grow: report that and end the process.
 [[noreturn]] void out_of_memory(ErrorBlock* block)
 {
-    block->message_buffer = const_cast<char*>(kOutOfMemoryText);
-    block->message_end = block->message_buffer + sizeof kOutOfMemoryText - 1;
     block->print_routine(8, 200, block->error_stack_top->name, kOutOfMemoryText);
     if (block->trace_table[8])
         traceback(block);
@@ -215,7 +213,7 @@ void initialise_block(ErrorBlock* block)
     if (block->message_buffer == nullptr)
         out_of_memory(block);
     clear_message(block);
-    reserve(block, kInitialMessageCapacity - kMessageHeadroom);
+    reserve(block, kInitialMessageCapacity);  // grown at once, by the common rule, to twice the size
 }
 
 void destroy_block(void* value)
