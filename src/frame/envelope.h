@@ -12,9 +12,26 @@ namespace orvls {
 // Installs (on) or restores (off) the handlers of the trapped signals.
 void orvls_signal_guard(ErrorBlock* block, int on);
 
+// Runs the worker under the signal guard.  After the jump buffer is set,
+// the block is fetched afresh rather than kept in a register that a jump
+// back could have clobbered.
+template <class R, class Worker>
+inline void run_guarded(ErrorBlock* block, volatile R& result, Worker& worker)
+{
+    const int64_t depth = block->guard_depth++;
+    if (sigsetjmp(block->saved_context[depth], 0) == 0) {
+        orvls_signal_guard(existing_error_block(), 1);
+        result = worker();
+        --existing_error_block()->guard_depth;
+    } else {
+        orvls_ermes(5, 102);
+    }
+    orvls_signal_guard(existing_error_block(), 0);
+}
+
 // Runs `worker` (which returns R) as the public routine `name`; returns
 // `failure` when the worker does not run or a trapped signal ends it.  The
-// jump buffer lives in this frame, which stays alive while the worker runs.
+// jump buffer lives in a frame that stays alive while the worker runs.
 template <class R, class Worker>
 inline R envelope(const char* name, R failure, Worker&& worker)
 {
@@ -22,22 +39,12 @@ inline R envelope(const char* name, R failure, Worker&& worker)
     push(block, name);
     volatile R result = failure;
     if (block->current_type[0] == 0) {
-        const int64_t depth = block->guard_depth;
-        if (signal_trapping.load(std::memory_order_relaxed) == 0 || depth >= kGuardLevels) {
+        if (signal_trapping.load(std::memory_order_relaxed) == 0 || block->guard_depth >= kGuardLevels)
             result = worker();
-        } else {
-            ++block->guard_depth;
-            if (sigsetjmp(block->saved_context[depth], 0) == 0) {
-                orvls_signal_guard(block, 1);
-                result = worker();
-                --block->guard_depth;
-            } else {
-                orvls_ermes(5, 102);
-            }
-            orvls_signal_guard(block, 0);
-        }
+        else
+            run_guarded(block, result, worker);
     }
-    pop(block, name);
+    pop(existing_error_block(), name);
     return result;
 }
 

@@ -65,23 +65,75 @@ extern std::atomic<int32_t> signal_trapping;
 extern ErrorBlock* first_error_block;
 extern std::atomic<int32_t> threads_with_trapping;
 
+// The calling thread's block, cached per thread in front of the keyed
+// layer (the key stays the owner; its destructor clears the cache).
+extern thread_local ErrorBlock* this_thread_block __attribute__((tls_model("initial-exec")));
+ErrorBlock* create_error_block();
+
 // The calling thread's error block, created on first use.
-ErrorBlock* orvls_error_block();
+inline ErrorBlock* orvls_error_block()
+{
+    ErrorBlock* block = this_thread_block;
+    return block != nullptr ? block : create_error_block();
+}
 // The block if this thread has one; never allocates.
-ErrorBlock* existing_error_block();
+inline ErrorBlock* existing_error_block() { return this_thread_block; }
 
 // Spelling of an error type, as reports print it.
 const char* type_spelling(int64_t type);
 
-// The error primitives on a block already in hand (the envelope's fast path).
-void push(ErrorBlock* block, const char* name);
-void pop(ErrorBlock* block, const char* name);
 void record(ErrorBlock* block, int64_t type, int64_t code, const char* message_template);
 
-// The code of the running routine (level 0) or of the one popped last (1).
-int64_t orvls_n1rcode(int64_t level);
-// "ON" makes the top entry report as if the caller had called it; "OFF" undoes that.
-void orvls_e1user(const char* text);
+// The rare branches of push and pop, out of line.
+[[noreturn]] void stack_overflow(ErrorBlock* block);
+void refuse_second_thread(ErrorBlock* block);
+void leave_trapped_levels(ErrorBlock* block, const char* name);
+void check_popped_name(ErrorBlock* block, const char* name);
+void report_return(ErrorBlock* block, const char* name);
+orvls_checksum_hook checksum_hook();
+
+// Push a routine's name (the envelope's fast path, on a block in hand).
+inline void push(ErrorBlock* block, const char* name)
+{
+    ErrorStackEntry* top = block->error_stack_top;
+    if (top == block->error_stack) {  // a call from the caller begins: a fresh message
+        block->message_end = block->message_buffer;
+        *block->message_end = '\0';
+    }
+    if (top == block->error_stack + kStackEntries - 1) [[unlikely]]
+        stack_overflow(block);
+    ++top;
+    *top = {0, 0, 0, name};
+    block->error_stack_top = top;
+    block->current_type[0] = block->current_type[1] = 0;
+    block->current_code[0] = block->current_code[1] = 0;
+    if (threads_with_trapping.load(std::memory_order_relaxed) != 0) [[unlikely]]
+        refuse_second_thread(block);
+}
+
+// Pop a routine's name, reporting when the caller called it.
+inline void pop(ErrorBlock* block, const char* name)
+{
+    if (block->signal_caught) [[unlikely]]
+        leave_trapped_levels(block, name);
+    ErrorStackEntry* top = block->error_stack_top;
+    if (top->name != name) [[unlikely]]
+        check_popped_name(block, name);
+    ErrorStackEntry* below = top - 1;
+    // Types 0 never print or stop; only the hook sees a clean return.
+    if (below->user_call && (top->type != 0 || checksum_hook() != nullptr))
+        report_return(block, name);
+    if (below->type <= top->type) {
+        below->type = top->type;
+        below->code = top->code;
+    }
+    // The routine below runs again: its state is its entry's.
+    block->current_type[0] = below->type;
+    block->current_code[0] = below->code;
+    block->current_type[1] = top->type;
+    block->current_code[1] = top->code;
+    block->error_stack_top = below;
+}
 
 // Ends the process with the top entry's type as exit status.
 [[noreturn]] void end_process(ErrorBlock* block);

@@ -221,6 +221,8 @@ void destroy_block(void* value)
     auto* block = static_cast<ErrorBlock*>(value);
     if (block == nullptr)
         return;
+    if (block == this_thread_block)
+        this_thread_block = nullptr;
     std::free(block->message_buffer);
     std::free(block->text_buffer);
     std::free(block->message_search_path);
@@ -239,21 +241,17 @@ void make_block_key()
 
 }  // namespace
 
-ErrorBlock* existing_error_block()
-{
-    return block_key == 0 ? nullptr : static_cast<ErrorBlock*>(orvls_tsd_get(block_key));
-}
+thread_local ErrorBlock* this_thread_block __attribute__((tls_model("initial-exec"))) = nullptr;
 
-ErrorBlock* orvls_error_block()
+ErrorBlock* create_error_block()
 {
     orvls_once(&block_key_once, make_block_key);
-    if (auto* block = static_cast<ErrorBlock*>(orvls_tsd_get(block_key)))
-        return block;
     auto* block = static_cast<ErrorBlock*>(orvls_calloc(1, sizeof(ErrorBlock)));
     if (block == nullptr || block_key == 0 || orvls_tsd_set(block_key, block) != 0) {
         std::fprintf(stderr, "%s\n", kOutOfMemoryText);
         std::exit(8);
     }
+    this_thread_block = block;
     initialise_block(block);
     return block;
 }
@@ -267,21 +265,14 @@ const char* type_spelling(int64_t type)
 
 [[noreturn]] void end_process(ErrorBlock* block) { std::exit(block->error_stack_top->type); }
 
-void push(ErrorBlock* block, const char* name)
+[[noreturn]] void stack_overflow(ErrorBlock* block)
 {
-    if (block->error_stack_top == block->error_stack)
-        clear_message(block);
-    if (block->error_stack_top == block->error_stack + kStackEntries - 1) {
-        // No room for another level: the overflow is reported on the top entry.
-        record(block, 8, 60000, orvls_message_text(60000));
-    }
-    ++block->error_stack_top;
-    *block->error_stack_top = {0, 0, 0, name};
-    block->current_type[0] = block->current_type[1] = 0;
-    block->current_code[0] = block->current_code[1] = 0;
-    if (threads_with_trapping.load(std::memory_order_relaxed) != 0)
-        record(block, 4, 499, orvls_message_text(499));
+    // No room for another level: the overflow is reported on the top entry.
+    record(block, 8, 60000, orvls_message_text(60000));
+    end_process(block);
 }
+
+void refuse_second_thread(ErrorBlock* block) { record(block, 4, 499, orvls_message_text(499)); }
 
 void record(ErrorBlock* block, int64_t type, int64_t code, const char* message_template)
 {
@@ -327,48 +318,44 @@ void record(ErrorBlock* block, int64_t type, int64_t code, const char* message_t
     set_current(block);
 }
 
-void pop(ErrorBlock* block, const char* name)
+void leave_trapped_levels(ErrorBlock* block, const char* name)
 {
-    if (block->signal_caught) {
-        // A trapped signal left the levels above this routine's own: leave
-        // them without reports, keeping the worst error on the way down.
-        block->signal_caught = 0;
-        while (block->error_stack_top > block->error_stack + 1 && std::strcmp(block->error_stack_top->name, name) != 0) {
-            ErrorStackEntry* below = block->error_stack_top - 1;
-            if (below->type <= block->error_stack_top->type) {
-                below->type = block->error_stack_top->type;
-                below->code = block->error_stack_top->code;
-            }
-            --block->error_stack_top;
+    // A trapped signal left the levels above this routine's own: leave
+    // them without reports, keeping the worst error on the way down.
+    block->signal_caught = 0;
+    while (block->error_stack_top > block->error_stack + 1 && std::strcmp(block->error_stack_top->name, name) != 0) {
+        ErrorStackEntry* below = block->error_stack_top - 1;
+        if (below->type <= block->error_stack_top->type) {
+            below->type = block->error_stack_top->type;
+            below->code = block->error_stack_top->code;
         }
+        --block->error_stack_top;
     }
-    ErrorStackEntry* top = block->error_stack_top;
-    if (top->name != name && (top == block->error_stack || std::strcmp(top->name, name) != 0)) {
-        orvls_e1stl(1, name);
-        orvls_e1stl(2, top->name);
-        record(block, 8, 60001, orvls_message_text(60001));
+}
+
+void check_popped_name(ErrorBlock* block, const char* name)
+{
+    const ErrorStackEntry* top = block->error_stack_top;
+    if (top != block->error_stack && std::strcmp(top->name, name) == 0)
+        return;
+    orvls_e1stl(1, name);
+    orvls_e1stl(2, top->name);
+    record(block, 8, 60001, orvls_message_text(60001));
+}
+
+orvls_checksum_hook checksum_hook() { return at_checksum_hook.load(std::memory_order_relaxed); }
+
+void report_return(ErrorBlock* block, const char* name)
+{
+    const ErrorStackEntry* top = block->error_stack_top;
+    call_hook(top->type, top->code, block->message_buffer);
+    if (block->message_buffer[0] != '\0' && valid_type(top->type) && block->print_table[top->type]) {
+        block->print_routine(top->type, top->code, name, block->message_buffer);
+        if (block->trace_table[top->type])
+            traceback(block);
     }
-    ErrorStackEntry* below = top - 1;
-    if (below->user_call) {
-        call_hook(top->type, top->code, block->message_buffer);
-        if (block->message_buffer[0] != '\0' && valid_type(top->type) && block->print_table[top->type]) {
-            block->print_routine(top->type, top->code, name, block->message_buffer);
-            if (block->trace_table[top->type])
-                traceback(block);
-        }
-        if (valid_type(top->type) && block->stop_table[top->type])
-            std::exit(top->type);
-    }
-    if (below->type <= top->type) {
-        below->type = top->type;
-        below->code = top->code;
-    }
-    // The routine below runs again: its state is its entry's.
-    block->current_type[0] = below->type;
-    block->current_code[0] = below->code;
-    block->current_type[1] = top->type;
-    block->current_code[1] = top->code;
-    block->error_stack_top = below;
+    if (valid_type(top->type) && block->stop_table[top->type])
+        std::exit(top->type);
 }
 
 }  // namespace orvls
