@@ -135,6 +135,11 @@ inline void pop(ErrorBlock* block, const char* name)
     block->error_stack_top = below;
 }
 
+// The code of the running routine (level 0) or of the one popped last (1).
+int64_t orvls_n1rcode(int64_t level);
+// "ON" makes the top entry report as if the caller had called it; "OFF" undoes that.
+void orvls_e1user(const char* text);
+
 // Ends the process with the top entry's type as exit status.
 [[noreturn]] void end_process(ErrorBlock* block);
 
