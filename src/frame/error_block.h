@@ -67,7 +67,7 @@ extern std::atomic<int32_t> threads_with_trapping;
 
 // The calling thread's block, cached per thread in front of the keyed
 // layer (the key stays the owner; its destructor clears the cache).
-extern thread_local ErrorBlock* this_thread_block __attribute__((tls_model("initial-exec")));
+extern constinit thread_local ErrorBlock* this_thread_block __attribute__((tls_model("initial-exec")));
 ErrorBlock* create_error_block();
 
 // The calling thread's error block, created on first use.

@@ -241,7 +241,7 @@ void make_block_key()
 
 }  // namespace
 
-thread_local ErrorBlock* this_thread_block __attribute__((tls_model("initial-exec"))) = nullptr;
+constinit thread_local ErrorBlock* this_thread_block __attribute__((tls_model("initial-exec"))) = nullptr;
 
 ErrorBlock* create_error_block()
 {
