@@ -51,7 +51,7 @@ struct ErrorBlock {
     int8_t trace_table[kTypes];
     int8_t immediate_table[kTypes];
     // Message-file cache (one record per thread).
-    char fallback_text[64];
+    char fallback_text[128];  // room for the read-failure text with its reason
     char code_name[32];
     const char* read_failure;
     char path_buffer[260];
