@@ -367,9 +367,93 @@ ORVLS_API void orvls_i_m1ran(int64_t rows, int64_t columns, int64_t *a, int64_t 
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN MACHINE */
+/* The floating-point table, n = 1..8: smallest positive normal, largest
+ * finite, smallest and largest relative spacing, log10(2) (the double form
+ * repeats its high word in its low word), the NaN that marks missing and
+ * undefined values, plus and minus infinity.  Another n raises 12009 and
+ * gives 0. */
+ORVLS_API float orvls_amach(int64_t n);
+ORVLS_API double orvls_dmach(int64_t n);
+
+/* The same tables as public routines (n = 1..8), and the integer table
+ * (n = 0..12): 8, integer base, digits and largest value of a short and of
+ * an int, floating-point base, then digits, smallest and largest exponent
+ * of a float and of a double.  Out of range: 132, result 0. */
+ORVLS_API float orvls_f_machine(int64_t n);
+ORVLS_API double orvls_d_machine(int64_t n);
+ORVLS_API int64_t orvls_i_machine(int64_t n);
+
 /* The thread's standard streams: n = 1, 2, 3 (input, output, error) stores
  * stream n through the pointer; n = -1, -2, -3 sets it from the pointer. */
 ORVLS_API void orvls_umach(int64_t n, FILE **stream);
+
+/* orvls_output_file(code, value, ..., 0): reads or sets the calling
+ * thread's output and error streams (ORVLS_GET_ERROR_FILE and
+ * ORVLS_ERROR_FILE above; the output stream with the two codes below).
+ * Other threads keep their own streams. */
+ORVLS_API void orvls_output_file(int code, ...);
+#define ORVLS_GET_OUTPUT_FILE   11980 /* FILE ** */
+#define ORVLS_OUTPUT_FILE       14510 /* FILE * */
+
+/* 1 when x is NaN (differs from itself), else 0; infinities are not NaN.
+ * The test_nan forms are the same as public routines. */
+ORVLS_API int64_t orvls_ifnan(float x);
+ORVLS_API int64_t orvls_difnan(double x);
+ORVLS_API int64_t orvls_f_test_nan(float x);
+ORVLS_API int64_t orvls_d_test_nan(double x);
+
+/* orvls_d_constant(name, ..., 0): a named physical or mathematical constant
+ * (AMU, ATM, AU, AVOGADRO, BOLTZMAN(N), C, CATALAN, E, ELECTRONCHARGE,
+ * ELECTRONMASS, ELECTRONVOLT, EULER, FARADAY, FINESTRUCTURE, GAMMA, GAS,
+ * GRAVITY, HBAR, PERFECTGASVOLUME, PI, PLANCK, PROTONMASS, RYDBERG,
+ * SPEEDLIGHT, STANDARDGRAVITY, STANDARDPRESSURE, STEFANBOLTZMAN(N),
+ * WATERTRIPLE), named without regard to case, in SI units or in the unit
+ * that ORVLS_UNIT gives.  NaN on failure.
+ *
+ * Unit expressions (case is ignored, blanks between tokens are skipped):
+ *     expression := term { ("*" | "/") term }        left to right:
+ *                                                    J/mole/K = J/(mole*K)
+ *     term       := factor [ "^" ["+" | "-"] digits ] integer powers
+ *     factor     := word | "(" expression ")"
+ *     word       := letters and digits, e.g. M, KM, KILOMETER, 1
+ * A word is read, first match winning, as
+ *     1. a unit name: MIN is the minute, MICRON the micron, T the tesla;
+ *     2. a full prefix and a unit name: KILOMETER, MILLISECOND, MEGAHERTZ;
+ *     3. a one-letter prefix and a unit name: KM, KG, MS, NM, UFARAD.
+ *        The letters are A atto, F femto, P pico, N nano, U micro, M milli,
+ *        C centi, K kilo, G giga, T tera, D deci; mega, myria and deca have
+ *        none.  So FT is the femtotesla: write FOOT or FEET.
+ * A prefix binds to its unit before a power: CM^3 is 1e-6 M^3.  Powers lie
+ * within -99..99, as do the exponents of the result; groups nest at most 16
+ * deep.  The text "SI" (alone) is the SI unit of the constant's own
+ * dimension.  Some unit names carry values of their own making: C is
+ * 1/s*A, L is s^3, SEC is dimensionless and AMU is the kilogram; use
+ * COULOMB, LITER and S, and the constant AMU for the atomic mass unit.
+ *
+ * Errors: 12112 the unit differs in dimension from the constant (string 1,
+ * 2 = the constant's unit and the unit asked for); 12113 (warning, the
+ * result stands) a temperature scale with an offset (CELSIUS, DEGC, DEGF,
+ * FAHRENHEIT) took part: only the scale factor is applied, which is right
+ * for differences of temperature; 12114 a word that is not a unit (string 1
+ * = the unit text, int 1 = its position, int 2 = its length); 12115 a unit
+ * text that cannot be read, or whose power, exponents or factor run out of
+ * range (string 1 = the text, int 1 = the position); 12116 an unknown
+ * constant name (string 1 = the name). */
+ORVLS_API float orvls_f_constant(const char *name, ...);
+ORVLS_API double orvls_d_constant(const char *name, ...);
+#define ORVLS_UNIT              15750 /* const char *: unit of the result */
+
+/* orvls_version(selector): a text the caller frees with
+ * orvls_free_allocated_memory, read from an environment variable set when
+ * the library is installed; empty when it is unset. */
+ORVLS_API char *orvls_version(int64_t selector);
+#define ORVLS_COMPILER_VERSION  10780 /* KVL_COMPILER_VERSION */
+#define ORVLS_LIBRARY_VERSION   12760 /* "ORVL Statkit Version " and KVL_VERSION */
+#define ORVLS_LICENSE_NUMBER    12770 /* KVL_LICENSE_NUMBER */
+#define ORVLS_OS_VERSION        13630 /* KVL_OS_VERSION */
+
+/* CPU time of the calling thread, in seconds. */
+ORVLS_API double orvls_ctime(void);
 /* END MACHINE */
 
 /* ---------------------------------------------------------------------- */
