@@ -462,6 +462,131 @@ ORVLS_API double orvls_ctime(void);
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN PRINTING */
+/* Result printing.
+ *
+ * orvls_d_write_matrix(title, nra, nca, a, options..., 0) prints the nra by
+ * nca row-major matrix a under a title, with row and column labels (float:
+ * orvls_f_, int64_t: orvls_i_).  a is transposed in place during the call
+ * and restored before it returns: it must not be shared meanwhile.  Output
+ * goes to the thread's output stream (orvls_umach(2, ...)), to a text that
+ * the caller frees (ORVLS_RETURN_STRING), or to the console (standard output
+ * with CR LF line ends); the call holds the output lock from its first line
+ * to its last, unless it writes to a text.
+ *
+ * Layout of a printed matrix (no line ends in blanks):
+ *  - A blank line first when the paging setting is -2 or above 0.
+ *  - The title: broken at its newlines, and into lines of at most
+ *    page_width at the last blank that fits (a longer word is cut).  A
+ *    newline ends a line, so "a\n\nb" is three lines and "a\n" one.
+ *  - One line of column labels (unless column style 0), then one line per
+ *    row: the row label, then the entries.  Columns are two blanks apart.
+ *  - The row-label column is as wide as the longest label shown, at most
+ *    half the page width (longer labels are cut); numbers are right-aligned
+ *    in it, texts left-aligned.  Column style 0 and row style 0 print no
+ *    labels and take no room.
+ *  - A column is as wide as its widest entry or label, at most what the
+ *    page width leaves beside the row labels; entries and column labels are
+ *    right-aligned in it.  A label too long is cut; an entry too long prints
+ *    as asterisks, never as a cut number.
+ *  - Label styles: 0 none; 1 numbers from 1; 2 the given texts (each up to
+ *    its first newline); 3 "Row 1", "Row 2", ... and "Col 1", "Col 2", ....
+ *    A style not chosen is 1, or 0 when the matrix as printed has a single
+ *    row (for row labels) or column (for column labels).
+ *  - Columns that do not fit page_width go on in further blocks, as many
+ *    columns to a block as fit (at least one), each block under its own
+ *    column labels and after one blank line.  The title heads the first
+ *    block only (every block when the title-page setting is 1).
+ *  - Triangles: selector 1 shows the entries on and above the diagonal, 2
+ *    those above it, -1 on and below, -2 below; the others are left blank.
+ *    Rows and columns with nothing to show are left out (in each block the
+ *    rows with nothing in that block's columns), and so are empty blocks;
+ *    a matrix with nothing to show prints its title alone.
+ *  - ORVLS_TRANSPOSE prints a as stored column-major with leading dimension
+ *    a_col_dim: nca printed rows of nra columns; label counts follow.
+ *
+ * Print settings (orvls_write_options, field numbers ORVLS_SET_...):
+ *  - centering 1: each title line is centred in page_width, and each block
+ *    of the table as a whole.
+ *  - row wrap r > 0: the rows go in bands of r, and each band runs through
+ *    all column blocks before the next band starts; 0: a single band.
+ *  - paging: -2 no pages, with a blank line before each matrix; -1 no pages
+ *    and no blank line; 0 and up: pages, the value counting the lines on
+ *    the current page.  When a page holds page_length lines the next line
+ *    starts with a form feed, and a table that goes on repeats its column
+ *    labels (and its title when the title page is 1) at the top.  A block
+ *    starts on a new page when its title, labels and first row do not fit.
+ *    An empty title line adds one to this setting whatever its value.
+ *  - NaN character 1: a NaN entry prints as "." instead of "NaN".
+ *  - title page 1: the title heads every column block and every page.
+ *  - format, used without ORVLS_WRITE_FORMAT: 0 "%11.4W", 1 "%13.6W",
+ *    2 "%13.5e".
+ *
+ * Entry formats: conversions "%[flags][width][.precision]letter", letters
+ * W e E f g G d i o u x X, with the flags of printf; length letters (h l L q
+ * j z t) are allowed and ignored.  Integer letters print a real rounded to
+ * the nearest integer; real letters print an integer as a real.  Text around
+ * a conversion prints with it ("%%" is one "%").  Several conversions serve
+ * the columns in turn; a format without one prints its text in every cell.
+ * Infinities print as "Inf" and "-Inf"; widths and precisions above 120 are
+ * taken as 120.
+ *
+ * The conversion W, "%w.dW": the value in at most w characters with d
+ * significant digits, fixed or exponent notation as fits:
+ *  - 0 prints as "0"; a whole number whose digits fit in w prints exactly;
+ *  - else fixed notation rounded to d significant digits, when that puts
+ *    no more than d digits before the point, is no longer than the
+ *    exponent form and fits in w;
+ *  - else exponent notation with d significant digits, fewer if needed to
+ *    fit in w (at least one);
+ *  - trailing zeros of a fraction are dropped, and then a bare point.
+ *  d missing: 4, and 0 means 1; w missing: d + 7.  Of the flags only "-"
+ *  (left-justify) applies.  With "%11.4W": 1.5 "1.5", 2/3 "0.6667", 12345
+ *  "12345", 123456.7 "1.235e+05", 0.001 "0.001", 0.0001 "1e-04",
+ *  0.0001234 "0.0001234" (the two forms equally long). */
+ORVLS_API void orvls_f_write_matrix(const char *title, int64_t nra, int64_t nca, float *a, ...);
+ORVLS_API void orvls_d_write_matrix(const char *title, int64_t nra, int64_t nca, double *a, ...);
+ORVLS_API void orvls_i_write_matrix(const char *title, int64_t nra, int64_t nca, int64_t *a, ...);
+#define ORVLS_A_COL_DIM        10170 /* int: row length of a; default nca (1 if nca is 0) */
+#define ORVLS_PRINT_ALL        13910 /* triangle 0: every entry (default) */
+#define ORVLS_TRIANGLE_M1      13930 /* triangle -1: on and below the diagonal */
+#define ORVLS_TRIANGLE_M2      13940 /* triangle -2: below the diagonal */
+#define ORVLS_TRIANGLE_P1      13960 /* triangle 1: on and above the diagonal */
+#define ORVLS_TRIANGLE_P2      13970 /* triangle 2: above the diagonal */
+#define ORVLS_ROW_STYLE_0      13360 /* no row labels */
+#define ORVLS_ROW_STYLE_1      14340 /* rows numbered 1, 2, ... */
+#define ORVLS_ROW_LABELS       14330 /* const char *const *: one label per printed row */
+#define ORVLS_ROW_STYLE_3      14350 /* rows labelled "Row 1", "Row 2", ... */
+#define ORVLS_COL_STYLE_0      13330 /* no column labels */
+#define ORVLS_COL_STYLE_1      10760 /* columns numbered 1, 2, ... */
+#define ORVLS_COL_LABELS       10750 /* const char *const *: one label per printed column */
+#define ORVLS_COL_STYLE_3      10770 /* columns labelled "Col 1", "Col 2", ... */
+#define ORVLS_TRANSPOSE        15070 /* print a as stored column-major, rows and columns exchanged */
+#define ORVLS_WRITE_FORMAT     15410 /* const char *: format of the entries */
+#define ORVLS_RETURN_STRING    50100 /* char **: receives the printed text, freed by the caller */
+#define ORVLS_WRITE_TO_CONSOLE 50110 /* print to the console */
+
+/* Page size of the thread: option 1 and 2 read page_width (initially 78)
+ * and page_length (60) into *value; -1 and -2 set them from *value, which
+ * must be at least 10. */
+ORVLS_API void orvls_page(int64_t option, int64_t *value);
+
+/* Print settings of the thread: option n (1 to 6, the fields below) reads
+ * field n into *value, -n sets it from *value, 0 restores all defaults. */
+ORVLS_API void orvls_write_options(int64_t option, int64_t *value);
+#define ORVLS_SET_CENTERING  1 /* 0 or 1; default 0 */
+#define ORVLS_SET_ROW_WRAP   2 /* 0 and up; default 1000 */
+#define ORVLS_SET_PAGING     3 /* -2 and up; default -2 */
+#define ORVLS_SET_NAN_CHAR   4 /* 0 or 1; default 0 */
+#define ORVLS_SET_TITLE_PAGE 5 /* 0 or 1; default 0 */
+#define ORVLS_SET_FORMAT     6 /* 0 to 2; default 0 */
+
+/* Writes text as a title, broken as above into lines of at most width and
+ * centred in width when centering is set.  A null or empty text writes
+ * nothing; the text must be shorter than 256 characters. */
+ORVLS_API void orvls_wrtrl(const char *text, int64_t width);
+/* A blank line, then value printed as a 1 by 1 matrix under title. */
+ORVLS_API void orvls_wrrrs(const char *title, float value);
+ORVLS_API void orvls_dwrrrs(const char *title, double value);
 /* END PRINTING */
 
 #ifdef __cplusplus

@@ -148,7 +148,7 @@ extern "C" ORVLS_API void orvls_error_options(int code, ...)
     ErrorBlock* block = orvls_error_block();
     va_list ap;
     va_start(ap, code);
-    OptionReader options(ap, 1, true);
+    OptionReader options(ap, 1, UnknownCode::utility_stop);
     envelope("orvls_error_options", [&] { error_options(block, code, options); });
     va_end(ap);
 }

@@ -4,8 +4,8 @@
 
 namespace orvls {
 
-OptionReader::OptionReader(va_list ap, int64_t positional_count, bool utility)
-    : arg_number_(positional_count), utility_(utility)
+OptionReader::OptionReader(va_list ap, int64_t positional_count, UnknownCode rule)
+    : arg_number_(positional_count), rule_(rule)
 {
     va_copy(ap_, ap);
 }
@@ -25,8 +25,8 @@ void OptionReader::unknown(int code)
 {
     orvls_e1sti(1, code);
     orvls_e1sti(2, arg_number_);
-    orvls_ermes(5, utility_ ? 103 : 11001);
-    stopped_ = utility_ || code < 0;
+    orvls_ermes(5, rule_ == UnknownCode::report_and_go_on ? 11001 : 103);
+    stopped_ = rule_ == UnknownCode::utility_stop || code < 0;
 }
 
 bool ExclusiveOptions::report() const

@@ -7,11 +7,15 @@
 
 namespace orvls {
 
+// How a routine answers an unknown code: public routines raise 11001 and go
+// on; utility routines raise 103 and stop there, or 103 and go on.  A
+// negative code always ends the walk.
+enum class UnknownCode { report_and_go_on, utility_stop, utility_go_on };
+
 class OptionReader {
 public:
     // `ap` is the caller's list, started behind the last positional argument.
-    // A utility routine reports an unknown code as 103 and stops there.
-    OptionReader(va_list ap, int64_t positional_count, bool utility = false);
+    OptionReader(va_list ap, int64_t positional_count, UnknownCode rule = UnknownCode::report_and_go_on);
     ~OptionReader() { va_end(ap_); }
     OptionReader(const OptionReader&) = delete;
     OptionReader& operator=(const OptionReader&) = delete;
@@ -54,7 +58,7 @@ public:
 private:
     va_list ap_;
     int64_t arg_number_;
-    bool utility_;
+    UnknownCode rule_;
     bool stopped_ = false;
 };
 

@@ -96,7 +96,7 @@ extern "C" ORVLS_API void orvls_output_file(int code, ...)
 {
     va_list ap;
     va_start(ap, code);
-    OptionReader options(ap, 1, true);
+    OptionReader options(ap, 1, UnknownCode::utility_stop);
     envelope("orvls_output_file", [&] { output_file(code, options); });
     va_end(ap);
 }
