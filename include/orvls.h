@@ -458,6 +458,162 @@ ORVLS_API double orvls_ctime(void);
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN KERNELS */
+/* Vector and matrix kernels.  Vectors are a length, a first element and a
+ * stride in elements; matrices are column-major with a leading dimension.
+ * Type letters: s float, d double, c float complex, z double complex,
+ * i int64_t.  A length below 1 does nothing (a result is 0, an index 0); a
+ * negative stride walks the vector from its far end, element (1 - n) * stride
+ * on.  Most vector kernels take their arguments by value; the by-reference
+ * members (noted) take pointers to the length and strides, and the matrix
+ * kernels take every scalar by pointer and their option texts as a pointer
+ * with the text's length at the end of the argument list.  The matrix
+ * kernels check their arguments and raise terminal errors naming the kernel:
+ * a dimension below 0 (2014), a leading dimension below the rows or 0
+ * (50055), a stride of x or y of 0 (2015, 2016), an option text whose first
+ * letter (either case) is not allowed (50056). */
+
+/* Library additions. */
+ORVLS_API void orvls_sset(int64_t n, float value, float *x, int64_t incx);  /* x[i] := value */
+ORVLS_API void orvls_dset(int64_t n, double value, double *x, int64_t incx);
+ORVLS_API void orvls_cset(int64_t n, orvls_f_complex value, orvls_f_complex *x, int64_t incx);
+ORVLS_API void orvls_zset(int64_t n, orvls_d_complex value, orvls_d_complex *x, int64_t incx);
+ORVLS_API void orvls_iset(int64_t n, int64_t value, int64_t *x, int64_t incx);
+ORVLS_API void orvls_sadd(int64_t n, float a, float *x, int64_t incx);      /* x[i] += a */
+ORVLS_API void orvls_dadd(int64_t n, double a, double *x, int64_t incx);
+/* y[i] := a x[i] */
+ORVLS_API void orvls_svcal(int64_t n, float a, const float *x, int64_t incx, float *y, int64_t incy);
+ORVLS_API float orvls_ssum(int64_t n, const float *x, int64_t incx);       /* sum of x[i] */
+ORVLS_API double orvls_dsum(int64_t n, const double *x, int64_t incx);
+ORVLS_API int64_t orvls_isum(int64_t n, const int64_t *x, int64_t incx);
+ORVLS_API float orvls_sasum(int64_t n, const float *x, int64_t incx);      /* sum of |x[i]| */
+/* z[i] := x[i] y[i]; by reference. */
+ORVLS_API void orvls_shprod(const int64_t *n, const float *x, const int64_t *incx, const float *y,
+                            const int64_t *incy, float *z, const int64_t *incz);
+ORVLS_API void orvls_dshprod(const int64_t *n, const double *x, const int64_t *incx, const double *y,
+                             const int64_t *incy, double *z, const int64_t *incz);
+/* Sum of x[i] y[i] z[i]. */
+ORVLS_API float orvls_sxyz(int64_t n, const float *x, int64_t incx, const float *y, int64_t incy,
+                           const float *z, int64_t incz);
+ORVLS_API double orvls_dxyz(int64_t n, const double *x, int64_t incx, const double *y, int64_t incy,
+                            const double *z, int64_t incz);
+/* One-based index, in the order the stride walks, of the first largest
+ * (max) or smallest (min) element, or of its absolute value (isa..., ida...);
+ * 0 for n below 1.  orvls_iimax and orvls_iimin are by reference. */
+ORVLS_API int64_t orvls_ismax(int64_t n, const float *x, int64_t incx);
+ORVLS_API int64_t orvls_dismax(int64_t n, const double *x, int64_t incx);
+ORVLS_API int64_t orvls_ismin(int64_t n, const float *x, int64_t incx);
+ORVLS_API int64_t orvls_dismin(int64_t n, const double *x, int64_t incx);
+ORVLS_API int64_t orvls_iimax(const int64_t *n, const int64_t *x, const int64_t *incx);
+ORVLS_API int64_t orvls_iimin(const int64_t *n, const int64_t *x, const int64_t *incx);
+ORVLS_API int64_t orvls_isamax(int64_t n, const float *x, int64_t incx);
+ORVLS_API int64_t orvls_idamax(int64_t n, const double *x, int64_t incx);
+ORVLS_API int64_t orvls_isamin(int64_t n, const float *x, int64_t incx);
+ORVLS_API int64_t orvls_idamin(int64_t n, const double *x, int64_t incx);
+/* b := the n values of a sorted ascending; in place when a == b.  NaNs go to
+ * the end (in no particular order); -0 and +0 compare equal and keep no
+ * particular order between them. */
+ORVLS_API void orvls_svrgn(int64_t n, const float *a, float *b);
+ORVLS_API void orvls_dsvrgn(int64_t n, const double *a, double *b);
+
+/* Level 1: y := x; swap x and y; x := a x. */
+ORVLS_API void orvls_scopy(int64_t n, const float *x, int64_t incx, float *y, int64_t incy);
+ORVLS_API void orvls_dcopy(int64_t n, const double *x, int64_t incx, double *y, int64_t incy);
+ORVLS_API void orvls_ccopy(int64_t n, const orvls_f_complex *x, int64_t incx, orvls_f_complex *y, int64_t incy);
+ORVLS_API void orvls_zcopy(int64_t n, const orvls_d_complex *x, int64_t incx, orvls_d_complex *y, int64_t incy);
+ORVLS_API void orvls_icopy(int64_t n, const int64_t *x, int64_t incx, int64_t *y, int64_t incy);
+ORVLS_API void orvls_cswap(int64_t n, orvls_f_complex *x, int64_t incx, orvls_f_complex *y, int64_t incy);
+ORVLS_API void orvls_zswap(int64_t n, orvls_d_complex *x, int64_t incx, orvls_d_complex *y, int64_t incy);
+ORVLS_API void orvls_iswap(int64_t n, int64_t *x, int64_t incx, int64_t *y, int64_t incy);
+ORVLS_API void orvls_sscal(int64_t n, float a, float *x, int64_t incx);
+ORVLS_API void orvls_dscal(int64_t n, double a, double *x, int64_t incx);
+ORVLS_API void orvls_cscal(int64_t n, orvls_f_complex a, orvls_f_complex *x, int64_t incx);
+ORVLS_API void orvls_zscal(int64_t n, orvls_d_complex a, orvls_d_complex *x, int64_t incx);
+ORVLS_API void orvls_csscal(int64_t n, float a, orvls_f_complex *x, int64_t incx);
+ORVLS_API void orvls_zdscal(int64_t n, double a, orvls_d_complex *x, int64_t incx);
+/* Sum of x[i] y[i]. */
+ORVLS_API float orvls_sdot(int64_t n, const float *x, int64_t incx, const float *y, int64_t incy);
+ORVLS_API double orvls_ddot(int64_t n, const double *x, int64_t incx, const double *y, int64_t incy);
+/* Euclidean norms, free of overflow and underflow; orvls_scnrm2 is by
+ * reference and sums the squares unscaled, returning 0 unless the sum is
+ * above the smallest normal float. */
+ORVLS_API float orvls_snrm2(int64_t n, const float *x, int64_t incx);
+ORVLS_API double orvls_dnrm2(int64_t n, const double *x, int64_t incx);
+ORVLS_API float orvls_scnrm2(const int64_t *n, const orvls_f_complex *x, const int64_t *incx);
+ORVLS_API double orvls_dznrm2(int64_t n, const orvls_d_complex *x, int64_t incx);
+/* Plane rotations: apply (c, s); construct one (a := r, b := z); apply the
+ * modified rotation param[0..4] = flag, h11, h21, h12, h22; construct one. */
+ORVLS_API void orvls_srot(int64_t n, float *x, int64_t incx, float *y, int64_t incy, float c, float s);
+ORVLS_API void orvls_drot(int64_t n, double *x, int64_t incx, double *y, int64_t incy, double c, double s);
+ORVLS_API void orvls_srotg(float *a, float *b, float *c, float *s);
+ORVLS_API void orvls_drotg(double *a, double *b, double *c, double *s);
+ORVLS_API void orvls_srotm(int64_t n, float *x, int64_t incx, float *y, int64_t incy, const float *param);
+ORVLS_API void orvls_drotm(int64_t n, double *x, int64_t incx, double *y, int64_t incy, const double *param);
+ORVLS_API void orvls_srotmg(float *d1, float *d2, float *x1, float y1, float *param);
+ORVLS_API void orvls_drotmg(double *d1, double *d2, double *x1, double y1, double *param);
+
+/* Level 2, by reference.  trans "N", "T" or "C"; uplo "U" or "L"; diag "U" or "N". */
+/* Solves op(A) x = b for triangular A; b in x on entry. */
+ORVLS_API void orvls_strsv(const char *uplo, const char *trans, const char *diag, const int64_t *n,
+                           const float *a, const int64_t *lda, float *x, const int64_t *incx,
+                           int64_t uplo_length, int64_t trans_length, int64_t diag_length);
+ORVLS_API void orvls_dtrsv(const char *uplo, const char *trans, const char *diag, const int64_t *n,
+                           const double *a, const int64_t *lda, double *x, const int64_t *incx,
+                           int64_t uplo_length, int64_t trans_length, int64_t diag_length);
+/* y := alpha op(A) x + beta y, A m x n. */
+ORVLS_API void orvls_sgemv(const char *trans, const int64_t *m, const int64_t *n, const float *alpha,
+                           const float *a, const int64_t *lda, const float *x, const int64_t *incx,
+                           const float *beta, float *y, const int64_t *incy, int64_t trans_length);
+ORVLS_API void orvls_dgemv(const char *trans, const int64_t *m, const int64_t *n, const double *alpha,
+                           const double *a, const int64_t *lda, const double *x, const int64_t *incx,
+                           const double *beta, double *y, const int64_t *incy, int64_t trans_length);
+/* A := alpha x y' + A, A m x n. */
+ORVLS_API void orvls_sger(const int64_t *m, const int64_t *n, const float *alpha, const float *x,
+                          const int64_t *incx, const float *y, const int64_t *incy, float *a, const int64_t *lda);
+ORVLS_API void orvls_dger(const int64_t *m, const int64_t *n, const double *alpha, const double *x,
+                          const int64_t *incx, const double *y, const int64_t *incy, double *a, const int64_t *lda);
+/* y := alpha A x + beta y, A symmetric, one triangle referenced. */
+ORVLS_API void orvls_ssymv(const char *uplo, const int64_t *n, const float *alpha, const float *a,
+                           const int64_t *lda, const float *x, const int64_t *incx, const float *beta, float *y,
+                           const int64_t *incy, int64_t uplo_length);
+/* A := alpha x x' + A, one triangle. */
+ORVLS_API void orvls_ssyr(const char *uplo, const int64_t *n, const float *alpha, const float *x,
+                          const int64_t *incx, float *a, const int64_t *lda, int64_t uplo_length);
+/* A := alpha x y' + alpha y x' + A, one triangle. */
+ORVLS_API void orvls_ssyr2(const char *uplo, const int64_t *n, const float *alpha, const float *x,
+                           const int64_t *incx, const float *y, const int64_t *incy, float *a, const int64_t *lda,
+                           int64_t uplo_length);
+ORVLS_API void orvls_dsyr2(const char *uplo, const int64_t *n, const double *alpha, const double *x,
+                           const int64_t *incx, const double *y, const int64_t *incy, double *a,
+                           const int64_t *lda, int64_t uplo_length);
+
+/* Level 3, by reference: C := alpha op(A) op(B) + beta C, C m x n, depth k. */
+ORVLS_API void orvls_sgemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n,
+                           const int64_t *k, const float *alpha, const float *a, const int64_t *lda,
+                           const float *b, const int64_t *ldb, const float *beta, float *c, const int64_t *ldc,
+                           int64_t transa_length, int64_t transb_length);
+ORVLS_API void orvls_dgemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n,
+                           const int64_t *k, const double *alpha, const double *a, const int64_t *lda,
+                           const double *b, const int64_t *ldb, const double *beta, double *c, const int64_t *ldc,
+                           int64_t transa_length, int64_t transb_length);
+
+/* Scalars.  Maximum and minimum (a NaN argument is the result). */
+ORVLS_API float orvls_f_max(float a, float b);
+ORVLS_API double orvls_d_max(double a, double b);
+ORVLS_API int64_t orvls_i_max(int64_t a, int64_t b);
+ORVLS_API float orvls_f_min(float a, float b);
+ORVLS_API double orvls_d_min(double a, double b);
+ORVLS_API int64_t orvls_i_min(int64_t a, int64_t b);
+/* x to the power y, through pow. */
+ORVLS_API float orvls_f_power(float x, float y);
+ORVLS_API double orvls_d_power(double x, double y);
+/* x to the integer power k by repeated products; k of 0 gives 1, also for x of 0. */
+ORVLS_API float orvls_f_integer_power(float x, int64_t k);
+ORVLS_API double orvls_d_integer_power(double x, int64_t k);
+/* -a, and a / b by scaled division (b of 0 gives NaN parts). */
+ORVLS_API orvls_f_complex orvls_c_neg(orvls_f_complex a);
+ORVLS_API orvls_d_complex orvls_z_neg(orvls_d_complex a);
+ORVLS_API orvls_f_complex orvls_c_div(orvls_f_complex a, orvls_f_complex b);
+ORVLS_API orvls_d_complex orvls_z_div(orvls_d_complex a, orvls_d_complex b);
 /* END KERNELS */
 
 /* ---------------------------------------------------------------------- */

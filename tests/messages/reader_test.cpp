@@ -426,7 +426,9 @@ TEST(Reader, ReportShowsTheNameAndTheTemplate)
 TEST(Catalogue, EveryRaisedCodeHasAnEntry)
 {
     const std::regex call(R"((?:orvls_ermes|orvls_e1mes|record)\s*\(\s*(?:block\s*,\s*)?-?\d+\s*,\s*([^,;)]*))");
-    const std::regex number(R"(\b\d+\b)");
+    // The code itself, or the branches of a conditional: a number at the
+    // start of the argument or just behind "?" or ":".
+    const std::regex number(R"((?:^|[?:])\s*(\d+)\b)");
     std::set<unsigned> raised;
     for (const auto& file : fs::recursive_directory_iterator(ORVLS_SOURCE_DIR "/src")) {
         const std::string extension = file.path().extension().string();
@@ -436,7 +438,7 @@ TEST(Catalogue, EveryRaisedCodeHasAnEntry)
         for (std::sregex_iterator match(source.begin(), source.end(), call), end; match != end; ++match) {
             const std::string argument = (*match)[1].str();
             for (std::sregex_iterator code(argument.begin(), argument.end(), number); code != end; ++code)
-                raised.insert(static_cast<unsigned>(std::stoul(code->str())));
+                raised.insert(static_cast<unsigned>(std::stoul((*code)[1].str())));
         }
     }
     // The frame alone raises these, two of them from one conditional call.

@@ -1,0 +1,228 @@
+// The level-2 and level-3 kernels against the reference BLAS over sizes,
+// strides, scales and option letters; the blocked product on every
+// micro-kernel the processor has.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "kernels/gemm.h"
+#include "reference_blas.h"
+
+namespace {
+
+template <class Real>
+struct Api;
+template <>
+struct Api<float> {
+    static constexpr auto gemv = orvls_sgemv;
+    static constexpr auto ref_gemv = sgemv_;
+    static constexpr auto ger = orvls_sger;
+    static constexpr auto ref_ger = sger_;
+    static constexpr auto trsv = orvls_strsv;
+    static constexpr auto ref_trsv = strsv_;
+    static constexpr auto syr2 = orvls_ssyr2;
+    static constexpr auto ref_syr2 = ssyr2_;
+    static constexpr auto gemm = orvls_sgemm;
+    static constexpr auto ref_gemm = sgemm_;
+};
+template <>
+struct Api<double> {
+    static constexpr auto gemv = orvls_dgemv;
+    static constexpr auto ref_gemv = dgemv_;
+    static constexpr auto ger = orvls_dger;
+    static constexpr auto ref_ger = dger_;
+    static constexpr auto trsv = orvls_dtrsv;
+    static constexpr auto ref_trsv = dtrsv_;
+    static constexpr auto syr2 = orvls_dsyr2;
+    static constexpr auto ref_syr2 = dsyr2_;
+    static constexpr auto gemm = orvls_dgemm;
+    static constexpr auto ref_gemm = dgemm_;
+};
+
+template <class Real>
+class Matrix : public ::testing::Test {};
+using Reals = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(Matrix, Reals);
+
+const int kDimensions[] = {0, 1, 2, 3, 5, 8, 17, 33};
+const int kMatrixStrides[] = {1, -2, 3};
+
+// Every element within tolerance (1 + |reference|), untouched ones included.
+template <class Real>
+void expect_near(const std::vector<Real>& ours, const std::vector<Real>& reference, double tolerance)
+{
+    for (size_t i = 0; i < ours.size(); ++i)
+        ASSERT_NEAR(ours[i], reference[i], tolerance * (1 + std::fabs(reference[i]))) << "element " << i;
+}
+
+template <class Real>
+double tolerance(int depth)
+{
+    return 4.0 * (depth + 2) * std::numeric_limits<Real>::epsilon();
+}
+
+TYPED_TEST(Matrix, MatrixVectorProductsAndUpdates)
+{
+    using Real = TypeParam;
+    using A = Api<Real>;
+    const Real scales[][2] = {{1.5, 0}, {-0.5, 1}, {0, 0.25}, {1, -2}};
+    for (int m : kDimensions)
+        for (int n : kDimensions)
+            for (int incx : kMatrixStrides)
+                for (int incy : kMatrixStrides) {
+                    SCOPED_TRACE(::testing::Message() << m << " x " << n << " incx " << incx << " incy " << incy);
+                    const int lda = std::max(1, m + 2);
+                    const int64_t m64 = m, n64 = n, lda64 = lda, incx64 = incx, incy64 = incy;
+                    const auto a = random_values<Real>(size_t(lda) * std::max(n, 1), m * 40 + n);
+                    for (const char* trans : {"N", "T", "c"}) {
+                        const bool plain = trans[0] == 'N';
+                        const auto x = random_values<Real>(span(plain ? n : m, incx), 7);
+                        const auto y = random_values<Real>(span(plain ? m : n, incy), 8);
+                        for (const auto& scale : scales) {
+                            auto ours = y, reference = y;
+                            A::gemv(trans, &m64, &n64, &scale[0], a.data(), &lda64, x.data(), &incx64, &scale[1],
+                                    ours.data(), &incy64, 1);
+                            A::ref_gemv(trans, &m, &n, &scale[0], a.data(), &lda, x.data(), &incx, &scale[1],
+                                        reference.data(), &incy, 1);
+                            expect_near(ours, reference, tolerance<Real>(plain ? n : m) * 2);
+                        }
+                    }
+                    const auto x = random_values<Real>(span(m, incx), 9);
+                    const auto y = random_values<Real>(span(n, incy), 10);
+                    auto ours = a, reference = a;
+                    const Real alpha = Real(-0.75);
+                    A::ger(&m64, &n64, &alpha, x.data(), &incx64, y.data(), &incy64, ours.data(), &lda64);
+                    A::ref_ger(&m, &n, &alpha, x.data(), &incx, y.data(), &incy, reference.data(), &lda);
+                    expect_near(ours, reference, tolerance<Real>(1));
+                    if (m != n)
+                        continue;
+                    // Symmetric rank-2 update, both triangles.
+                    const auto ys = random_values<Real>(span(n, incy), 11);
+                    for (const char* uplo : {"U", "l"}) {
+                        ours = reference = a;
+                        A::syr2(uplo, &n64, &alpha, x.data(), &incx64, ys.data(), &incy64, ours.data(), &lda64, 1);
+                        A::ref_syr2(uplo, &n, &alpha, x.data(), &incx, ys.data(), &incy, reference.data(), &lda, 1);
+                        expect_near(ours, reference, tolerance<Real>(1));
+                    }
+                }
+}
+
+TYPED_TEST(Matrix, TriangularSolve)
+{
+    using Real = TypeParam;
+    using A = Api<Real>;
+    for (int n : kDimensions)
+        for (int incx : kMatrixStrides) {
+            const int lda = std::max(1, n + 1);
+            const int64_t n64 = n, lda64 = lda, incx64 = incx;
+            // Small off-diagonal elements keep the systems well conditioned,
+            // also with a unit diagonal.
+            auto a = random_values<Real>(size_t(lda) * std::max(n, 1), n + 20);
+            for (Real& e : a)
+                e /= Real(n + 1);
+            for (int j = 0; j < n; ++j)
+                a[j + size_t(j) * lda] = Real(2);
+            const auto b = random_values<Real>(span(n, incx), n + 21);
+            for (const char* uplo : {"U", "L"})
+                for (const char* trans : {"N", "T", "C"})
+                    for (const char* diag : {"N", "u"}) {
+                        SCOPED_TRACE(::testing::Message() << n << uplo << trans << diag << " incx " << incx);
+                        auto ours = b, reference = b;
+                        A::trsv(uplo, trans, diag, &n64, a.data(), &lda64, ours.data(), &incx64, 1, 1, 1);
+                        A::ref_trsv(uplo, trans, diag, &n, a.data(), &lda, reference.data(), &incx, 1, 1, 1);
+                        expect_near(ours, reference, tolerance<Real>(n));
+                    }
+        }
+}
+
+TEST(MatrixFloat, SymmetricProductAndRankOneUpdate)
+{
+    for (int n : kDimensions)
+        for (int incx : kMatrixStrides)
+            for (int incy : kMatrixStrides) {
+                SCOPED_TRACE(::testing::Message() << n << " incx " << incx << " incy " << incy);
+                const int lda = std::max(1, n + 3);
+                const int64_t n64 = n, lda64 = lda, incx64 = incx, incy64 = incy;
+                const auto a = random_values<float>(size_t(lda) * std::max(n, 1), n + 30);
+                const auto x = random_values<float>(span(n, incx), n + 31);
+                const auto y = random_values<float>(span(n, incy), n + 32);
+                const float alpha = 1.25f, beta = -0.5f, zero = 0;
+                for (const char* uplo : {"u", "L"}) {
+                    for (float b : {beta, zero}) {
+                        auto ours = y, reference = y;
+                        orvls_ssymv(uplo, &n64, &alpha, a.data(), &lda64, x.data(), &incx64, &b, ours.data(), &incy64,
+                                    1);
+                        ssymv_(uplo, &n, &alpha, a.data(), &lda, x.data(), &incx, &b, reference.data(), &incy, 1);
+                        expect_near(ours, reference, tolerance<float>(n) * 2);
+                    }
+                    auto ours = a, reference = a;
+                    orvls_ssyr(uplo, &n64, &alpha, x.data(), &incx64, ours.data(), &lda64, 1);
+                    ssyr_(uplo, &n, &alpha, x.data(), &incx, reference.data(), &lda, 1);
+                    expect_near(ours, reference, tolerance<float>(1));
+                }
+            }
+}
+
+TYPED_TEST(Matrix, MatrixProduct)
+{
+    using Real = TypeParam;
+    using A = Api<Real>;
+    // Small shapes take the published loops, large ones the blocks (past the
+    // block depth of 256 and the block height of 96).
+    const int shapes[][3] = {{0, 3, 2}, {3, 0, 2}, {4, 3, 0}, {1, 1, 1}, {5, 7, 3}, {17, 9, 33},
+                             {64, 64, 64}, {130, 37, 300}, {97, 250, 13}, {31, 5, 400}};
+    const Real scales[][2] = {{1, 0}, {-0.5, 1}, {0, 0.25}, {2, -1}};
+    for (const auto& shape : shapes)
+        for (const char* transa : {"N", "T"})
+            for (const char* transb : {"n", "C"}) {
+                const int m = shape[0], n = shape[1], k = shape[2];
+                SCOPED_TRACE(::testing::Message() << m << " x " << n << " x " << k << " " << transa << transb);
+                const int rows_a = transa[0] == 'N' ? m : k, columns_a = transa[0] == 'N' ? k : m;
+                const int rows_b = transb[0] == 'n' ? k : n, columns_b = transb[0] == 'n' ? n : k;
+                const int lda = std::max(1, rows_a + 1), ldb = std::max(1, rows_b), ldc = std::max(1, m + 3);
+                const int64_t m64 = m, n64 = n, k64 = k, lda64 = lda, ldb64 = ldb, ldc64 = ldc;
+                const auto a = random_values<Real>(size_t(lda) * std::max(columns_a, 1), m + 50);
+                const auto b = random_values<Real>(size_t(ldb) * std::max(columns_b, 1), n + 51);
+                auto c = random_values<Real>(size_t(ldc) * std::max(n, 1), k + 52);
+                c[0] = std::numeric_limits<Real>::quiet_NaN();  // a beta of 0 clears it
+                for (const auto& scale : scales) {
+                    auto ours = c, reference = c;
+                    A::gemm(transa, transb, &m64, &n64, &k64, &scale[0], a.data(), &lda64, b.data(), &ldb64, &scale[1],
+                            ours.data(), &ldc64, 1, 1);
+                    A::ref_gemm(transa, transb, &m, &n, &k, &scale[0], a.data(), &lda, b.data(), &ldb, &scale[1],
+                                reference.data(), &ldc, 1, 1);
+                    for (size_t i = 0; i < ours.size(); ++i)
+                        if (std::isnan(reference[i]))
+                            ours[i] = reference[i] = 0;
+                        else
+                            ASSERT_FALSE(std::isnan(ours[i])) << i;
+                    expect_near(ours, reference, tolerance<Real>(k) * 2);
+                }
+            }
+}
+
+TYPED_TEST(Matrix, BlockedProductOnEveryMicroKernel)
+{
+    using Real = TypeParam;
+    using orvls::kernels::InstructionSet;
+    const int m = 203, n = 29, k = 517, lda = 211, ldb = 520;
+    const auto a = random_values<Real>(size_t(lda) * k, 60);
+    const auto b = random_values<Real>(size_t(ldb) * n, 61);
+    const auto c = random_values<Real>(size_t(lda) * n, 62);
+    const Real alpha = Real(0.75), one = 1;
+    auto reference = c;
+    Api<Real>::ref_gemm("N", "N", &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &one, reference.data(), &lda, 1,
+                        1);
+    for (InstructionSet set : {InstructionSet::baseline, InstructionSet::avx2, InstructionSet::avx512}) {
+        if (!orvls::kernels::processor_supports(set))
+            continue;
+        SCOPED_TRACE(int(set));
+        auto ours = c;
+        ASSERT_TRUE(orvls::kernels::blocked_product<Real>(set, m, n, k, alpha, a.data(), lda, false, b.data(), ldb,
+                                                          false, ours.data(), lda));
+        expect_near(ours, reference, tolerance<Real>(k) * 2);
+    }
+}
+
+}  // namespace
