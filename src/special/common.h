@@ -15,6 +15,8 @@
 
 namespace orvls::special {
 
+inline constexpr int64_t kNoError = 0;  // type and code of "no error"
+
 // The machine table of each real type: smallest normal (1), largest (2),
 // smallest and largest relative spacing (3, 4), the missing value (6).
 template <class Real>
@@ -318,12 +320,15 @@ inline void raise_error(int64_t type, int64_t code, std::initializer_list<double
     orvls_ermes(type, code);
 }
 
+// Type 0 with code 0 clears the error of the running routine.
+inline void clear_error() { orvls_e1mes(kNoError, kNoError, " "); }
+
 // Clears the error of the running routine when its type is 1 to below - 1.
 inline void clear_error_below(int64_t below)
 {
     const int64_t type = orvls_n1rty(0);
     if (type > 0 && type < below)
-        orvls_e1mes(0, 0, " ");
+        clear_error();
 }
 
 // Clears the error of the running routine when it is an error of that type
@@ -331,7 +336,7 @@ inline void clear_error_below(int64_t below)
 inline void clear_error_left_by_last_call(int64_t type)
 {
     if (orvls_n1rty(1) == type && orvls_n1rty(0) == type)
-        orvls_e1mes(0, 0, " ");
+        clear_error();
 }
 
 // A terminal error of the running routine stands.

@@ -11,7 +11,10 @@ Real orvls_csevl(Real x, const Real* series, int64_t n)
 {
     if (n < 1 || n > 1000) {
         orvls_e1sti(1, n);
-        orvls_ermes(5, n < 1 ? 9001 : 9002);
+        if (n < 1)
+            orvls_ermes(5, 9001);
+        else
+            orvls_ermes(5, 9002);
         return Machine<Real>::nan;
     }
     if (x < Real(-1.1) || x > Real(1.1))
