@@ -7,15 +7,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
 #include <functional>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "capture.h"
 #include "orvls.h"
+#include "reference_table.h"
 
 namespace {
 
@@ -25,21 +24,14 @@ struct Row {
     std::string branch;
 };
 
-std::vector<Row> read_table(const std::string& name, size_t arity)
+// The rows of a table, with the named input columns in order.
+std::vector<Row> read_table(const std::string& name, const std::vector<const char*>& columns)
 {
-    std::ifstream in(std::string(ORVLS_SOURCE_DIR) + "/tests/special/data/" + name + ".csv");
     std::vector<Row> rows;
-    std::string line;
-    std::getline(in, line);  // header
-    while (std::getline(in, line)) {
-        std::stringstream fields(line);
-        std::string field;
-        Row row;
-        for (size_t i = 0; i <= arity; ++i) {
-            std::getline(fields, field, ',');
-            (i < arity ? row.inputs.emplace_back(std::stod(field)) : row.value = std::stod(field));
-        }
-        std::getline(fields, row.branch, ',');
+    for (const ReferenceRow& reference : read_reference_table("tests/special/data/" + name + ".csv")) {
+        Row row{{}, reference["value"], reference.text("branch")};
+        for (const char* column : columns)
+            row.inputs.push_back(reference[column]);
         rows.push_back(row);
     }
     return rows;
@@ -74,7 +66,7 @@ double log_or_zero(double x) { return x > 0 ? std::fabs(std::log(x)) : 0; }
 
 struct Function {
     const char* name;
-    size_t arity;
+    std::vector<const char*> columns;  // the inputs, in call order
     std::function<double(const std::vector<double>&)> in_double;
     std::function<double(const std::vector<double>&)> in_float;
     double (*size)(const Row&);
@@ -86,32 +78,32 @@ struct Function {
 bool never(const Row&, double) { return false; }
 
 const Function kFunctions[] = {
-    {"gamma", 1, [](auto& v) { return orvls_d_gamma(v[0]); },
+    {"gamma", {"x"}, [](auto& v) { return orvls_d_gamma(v[0]); },
      [](auto& v) { return double(orvls_f_gamma(float(v[0]))); },
      [](const Row& r) { return lgamma_size(r.inputs[0]) + reflection(r.inputs[0]); }, false, false, never},
-    {"log_gamma", 1, [](auto& v) { return orvls_d_log_gamma(v[0]); },
+    {"log_gamma", {"x"}, [](auto& v) { return orvls_d_log_gamma(v[0]); },
      [](auto& v) { return double(orvls_f_log_gamma(float(v[0]))); },
      [](const Row& r) { return x_log_x(r.inputs[0]) + reflection(r.inputs[0]); }, true, false, never},
-    {"gamma_incomplete", 2, [](auto& v) { return orvls_d_gamma_incomplete(v[0], v[1]); },
+    {"gamma_incomplete", {"a", "x"}, [](auto& v) { return orvls_d_gamma_incomplete(v[0], v[1]); },
      [](auto& v) { return double(orvls_f_gamma_incomplete(float(v[0]), float(v[1]))); },
      [](const Row& r) { return lgamma_size(r.inputs[0]) + r.inputs[0] * log_or_zero(r.inputs[1]) + r.inputs[1]; },
      false, false,
      [](const Row& r, double log_big) {
          return r.inputs[1] > 0 && std::lgamma(r.inputs[0]) + r.inputs[0] * std::log(r.inputs[1]) > log_big;
      }},
-    {"beta", 2, [](auto& v) { return orvls_d_beta(v[0], v[1]); },
+    {"beta", {"a", "b"}, [](auto& v) { return orvls_d_beta(v[0], v[1]); },
      [](auto& v) { return double(orvls_f_beta(float(v[0]), float(v[1]))); },
      [](const Row& r) {
          return lgamma_size(r.inputs[0]) + lgamma_size(r.inputs[1]) + lgamma_size(r.inputs[0] + r.inputs[1]);
      },
      false, false, never},
-    {"log_beta", 2, [](auto& v) { return orvls_d_log_beta(v[0], v[1]); },
+    {"log_beta", {"a", "b"}, [](auto& v) { return orvls_d_log_beta(v[0], v[1]); },
      [](auto& v) { return double(orvls_f_log_beta(float(v[0]), float(v[1]))); },
      [](const Row& r) {
          return lgamma_size(r.inputs[0]) + lgamma_size(r.inputs[1]) + lgamma_size(r.inputs[0] + r.inputs[1]);
      },
      true, false, never},
-    {"beta_incomplete", 3, [](auto& v) { return orvls_d_beta_incomplete(v[0], v[1], v[2]); },
+    {"beta_incomplete", {"x", "a", "b"}, [](auto& v) { return orvls_d_beta_incomplete(v[0], v[1], v[2]); },
      [](auto& v) { return double(orvls_f_beta_incomplete(float(v[0]), float(v[1]), float(v[2]))); },
      [](const Row& r) {
          const double x = r.inputs[0], a = r.inputs[1], b = r.inputs[2];
@@ -119,18 +111,18 @@ const Function kFunctions[] = {
          return std::fabs(lbeta) + a * log_or_zero(x) + b * log_or_zero(1 - x);
      },
      false, false, never},
-    {"erf", 1, [](auto& v) { return orvls_d_erf(v[0]); }, [](auto& v) { return double(orvls_f_erf(float(v[0]))); },
+    {"erf", {"x"}, [](auto& v) { return orvls_d_erf(v[0]); }, [](auto& v) { return double(orvls_f_erf(float(v[0]))); },
      [](const Row&) { return 0.0; }, false, false, never},
-    {"erfc", 1, [](auto& v) { return orvls_d_erfc(v[0]); },
+    {"erfc", {"x"}, [](auto& v) { return orvls_d_erfc(v[0]); },
      [](auto& v) { return double(orvls_f_erfc(float(v[0]))); }, [](const Row& r) { return log_size(r.value); },
      false, false, never},
-    {"erfc_inverse", 1, [](auto& v) { return orvls_d_erfc_inverse(v[0]); },
+    {"erfc_inverse", {"x"}, [](auto& v) { return orvls_d_erfc_inverse(v[0]); },
      [](auto& v) { return double(orvls_f_erfc_inverse(float(v[0]))); }, [](const Row&) { return 0.0; }, false,
      false, never},
-    {"factorial", 1, [](auto& v) { return double(orvls_d_factorial(int64_t(v[0]))); },
+    {"factorial", {"n"}, [](auto& v) { return double(orvls_d_factorial(int64_t(v[0]))); },
      [](auto& v) { return double(orvls_f_factorial(int64_t(v[0]))); },
      [](const Row& r) { return lgamma_size(r.inputs[0] + 1); }, false, true, never},
-    {"binomial_coefficient", 2, [](auto& v) { return orvls_d_binomial_coefficient(int64_t(v[0]), int64_t(v[1])); },
+    {"binomial_coefficient", {"n", "m"}, [](auto& v) { return orvls_d_binomial_coefficient(int64_t(v[0]), int64_t(v[1])); },
      [](auto& v) { return double(orvls_f_binomial_coefficient(int64_t(v[0]), int64_t(v[1]))); },
      [](const Row& r) { return log_size(r.value); }, false, true, never},
 };
@@ -155,7 +147,7 @@ template <class Real>
 void check_function(const Function& f, double floor)
 {
     ErrorCapture capture;  // alerts of some rows (near-integer warnings) are expected
-    const std::vector<Row> rows = read_table(f.name, f.arity);
+    const std::vector<Row> rows = read_table(f.name, f.columns);
     ASSERT_FALSE(rows.empty()) << f.name;
     const double eps = std::numeric_limits<Real>::epsilon();
     Worst worst;
