@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <thread>
 
 #include "capture.h"
@@ -35,3 +36,4 @@ uint64_t fnv1a(const Real* values, int64_t n, uint64_t h = 0xcbf29ce484222325ull
 // The numbered parameters of the thread's last report.
 inline int64_t int_parameter(int i) { return orvls::orvls_error_block()->int_param[i - 1]; }
 inline double real_parameter(int i) { return orvls::orvls_error_block()->real_param[i - 1]; }
+inline std::string text_parameter(int i) { return orvls::orvls_error_block()->string_param[i - 1]; }
