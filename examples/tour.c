@@ -64,6 +64,19 @@ static void tour_special(void)
            orvls_d_binomial_coefficient(10, 3));
 }
 
+/* Uniform deviates from a seeded stream, under two generators. */
+static void tour_random(void)
+{
+    double congruential[3], twister[3];
+    orvls_random_seed_set(123457);
+    orvls_d_random_uniform(3, ORVLS_RETURN_USER, congruential, 0);
+    orvls_random_option(8); /* the 32-bit Mersenne twister */
+    orvls_d_random_uniform(3, ORVLS_RETURN_USER, twister, 0);
+    printf("\n== Random numbers ==\n");
+    printf("option 1: %.6f %.6f %.6f\n", congruential[0], congruential[1], congruential[2]);
+    printf("option 8: %.6f %.6f %.6f\n", twister[0], twister[1], twister[2]);
+}
+
 int main(void)
 {
     printf("orvls tour\n");
@@ -72,5 +85,6 @@ int main(void)
     tour_printing();
     tour_kernels();
     tour_special();
+    tour_random();
     return 0;
 }

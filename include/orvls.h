@@ -491,6 +491,73 @@ ORVLS_API double orvls_d_binomial_coefficient(int64_t n, int64_t m);
 /* END SPECIAL */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN RANDOM */
+/* Uniform generators, seeds and streams.
+ *
+ * Each thread has its own stream, drawn by every random routine of the
+ * library.  Nine generators (orvls_random_option):
+ *   1, 2  multiplicative congruential, multiplier 16807, modulus 2^31 - 1
+ *   3, 4  the same with multiplier 397204094
+ *   5, 6  the same with multiplier 950706376
+ *         (even options pass the deviates through a 128-entry shuffle table)
+ *   7     generalized feedback shift register x(t) = x(t-1563) XOR x(t-96)
+ *   8     32-bit Mersenne twister (MT19937): (y + 0.5) 2^-32
+ *   9     64-bit Mersenne twister (MT19937-64): (x >> 11) 2^-53
+ * A thread starts with option 1; without a seed the first draw seeds the
+ * stream from the clock.  Neither a new seed nor a new option resets a
+ * shuffle table, the register or a twister: restart one with its table set
+ * routine (a first element of 0, a first word of 0, word 0 above 625 or 313).
+ *
+ * Errors: 602 an option outside 1..9; 603 a count below 1; 11001 an unknown
+ * option code (int 1 = code, int 2 = place); 104 a null ORVLS_RETURN_USER
+ * array; 11031 a shuffle-table value outside (0, 1) (real 1 = value, int 1 =
+ * its zero-based index); 65100 a substream asked of a shuffled generator;
+ * 65101 a substream asked of options 7 to 9; 65102 a shift-register word
+ * below 1 or a tap outside 1..1563 (int 1 = value, int 2 = zero-based
+ * index); 200 memory. */
+#define ORVLS_RETURN_USER 14280 /* the caller's array for the result */
+
+/* Chooses the generator, 1 to 9. */
+ORVLS_API void orvls_random_option(int64_t generator_option);
+ORVLS_API int64_t orvls_random_option_get(void);
+/* Seeds the stream: 1 to 2147483646; 0 takes a fresh seed from the clock at
+ * each call; any other value is ignored. */
+ORVLS_API void orvls_random_seed_set(int64_t seed);
+/* The current state of the congruential generators and the register (the
+ * twisters keep theirs in their tables). */
+ORVLS_API int64_t orvls_random_seed_get(void);
+/* The seed a fixed jump ahead in the stream of option 1, 3 or 5. */
+ORVLS_API int64_t orvls_random_substream_seed_get(int64_t seed);
+
+/* orvls_d_random_uniform(n_random, [ORVLS_RETURN_USER, r,] 0): n_random
+ * deviates of the stream, in an array the caller frees (or in r, which is
+ * returned).  Only the first option pair is read. */
+ORVLS_API float *orvls_f_random_uniform(int64_t n_random, ...);
+ORVLS_API double *orvls_d_random_uniform(int64_t n_random, ...);
+
+/* Saved state.  Each get routine takes the address of a pointer that
+ * receives an array it allocates, or fills the caller's array given with
+ * ORVLS_RETURN_USER (the pointer is then left alone).
+ *   shuffle table (per precision): 128 values in (0, 1)
+ *   shift register: 1565 integers, the 1563 words then the two taps
+ *   MT32: 625 words, the index (0..625) then the state; MT64: 313 words */
+ORVLS_API void orvls_f_random_table_get(float **table, ...);
+ORVLS_API void orvls_d_random_table_get(double **table, ...);
+ORVLS_API void orvls_f_random_table_set(const float *table);
+ORVLS_API void orvls_d_random_table_set(const double *table);
+ORVLS_API void orvls_random_GFSR_table_get(int64_t **table, ...);
+ORVLS_API void orvls_random_GFSR_table_set(const int64_t *table);
+ORVLS_API void orvls_random_MT32_table_get(uint32_t **table, ...);
+ORVLS_API void orvls_random_MT32_table_set(const uint32_t *table);
+ORVLS_API void orvls_random_MT64_table_get(uint64_t **table, ...);
+ORVLS_API void orvls_random_MT64_table_set(const uint64_t *table);
+/* The published initialisation of a twister by an array of key_length >= 2
+ * words (a single word is ignored); the next draw starts the new stream. */
+ORVLS_API void orvls_random_MT32_init(int64_t key_length, const uint32_t *key);
+ORVLS_API void orvls_random_MT64_init(int64_t key_length, const uint64_t *key);
+/* END RANDOM */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN KERNELS */
 /* Vector and matrix kernels.  Vectors are a length, a first element and a
  * stride in elements; matrices are column-major with a leading dimension.
