@@ -90,16 +90,16 @@ void clear_message(ErrorBlock* block)
     *block->message_end = '\0';
 }
 
-// One substitution %(Ld) or %(Ld%format); `spec` points behind "%(" and
+// One substitution %(Ld) or %(Ld%format); `body` points behind "%(" and
 // `close` at the ")".
-void substitute(ErrorBlock* block, const char* spec, const char* close)
+void substitute(ErrorBlock* block, const char* body, const char* close)
 {
-    const char letter = static_cast<char>(spec[0] & ~0x20);  // upper case
-    const int index = spec[1] - '1';
+    const char letter = static_cast<char>(body[0] & ~0x20);  // upper case
+    const int index = body[1] - '1';
     char format[128] = "";
-    if (spec[2] == '%') {
-        const std::size_t length = std::min<std::size_t>(close - spec - 2, sizeof format - 1);
-        std::memcpy(format, spec + 2, length);
+    if (body[2] == '%') {
+        const std::size_t length = std::min<std::size_t>(close - body - 2, sizeof format - 1);
+        std::memcpy(format, body + 2, length);
         format[length] = '\0';
     }
     auto chosen = [&](const char* fallback) { return format[0] != '\0' ? format : fallback; };
@@ -127,7 +127,7 @@ void substitute(ErrorBlock* block, const char* spec, const char* close)
         return;
     }
     default:
-        append_formatted(block, "%%(%c%c)", spec[0], spec[1]);
+        append_formatted(block, "%%(%c%c)", body[0], body[1]);
     }
 }
 
