@@ -457,6 +457,40 @@ ORVLS_API double orvls_ctime(void);
 /* END MACHINE */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN SPECIAL */
+/* Special functions.  Scalar, no option list; NaN (0 for the factorial) on
+ * failure, with the error on the stack. */
+/* Gamma(x) and log|Gamma(x)|. */
+ORVLS_API float orvls_f_gamma(float x);
+ORVLS_API double orvls_d_gamma(double x);
+ORVLS_API float orvls_f_log_gamma(float x);
+ORVLS_API double orvls_d_log_gamma(double x);
+/* The lower incomplete gamma function: the integral of t^(a-1) e^-t over [0, x]. */
+ORVLS_API float orvls_f_gamma_incomplete(float a, float x);
+ORVLS_API double orvls_d_gamma_incomplete(double a, double x);
+/* B(a, b), log B(a, b) and the regularised incomplete beta I_x(a, b). */
+ORVLS_API float orvls_f_beta(float a, float b);
+ORVLS_API double orvls_d_beta(double a, double b);
+ORVLS_API float orvls_f_log_beta(float a, float b);
+ORVLS_API double orvls_d_log_beta(double a, double b);
+ORVLS_API float orvls_f_beta_incomplete(float x, float a, float b);
+ORVLS_API double orvls_d_beta_incomplete(double x, double a, double b);
+/* erf(x), erfc(x), and the y with erfc(y) = x for 0 < x < 2. */
+ORVLS_API float orvls_f_erf(float x);
+ORVLS_API double orvls_d_erf(double x);
+ORVLS_API float orvls_f_erfc(float x);
+ORVLS_API double orvls_d_erfc(double x);
+ORVLS_API float orvls_f_erfc_inverse(float x);
+ORVLS_API double orvls_d_erfc_inverse(double x);
+/* n! as an integer (through Gamma(n + 1) truncated: exact up to 20!). */
+ORVLS_API int64_t orvls_f_factorial(int64_t n);
+ORVLS_API int64_t orvls_d_factorial(int64_t n);
+/* The binomial coefficient C(n, m), with any fraction cut off. */
+ORVLS_API float orvls_f_binomial_coefficient(int64_t n, int64_t m);
+ORVLS_API double orvls_d_binomial_coefficient(int64_t n, int64_t m);
+/* END SPECIAL */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN KERNELS */
 /* Vector and matrix kernels.  Vectors are a length, a first element and a
  * stride in elements; matrices are column-major with a leading dimension.
