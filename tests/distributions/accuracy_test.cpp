@@ -108,7 +108,7 @@ const std::vector<Function>& functions()
          [](const Arguments& a) { return orvls_f_gamma_cdf(f(a[0]), f(a[1])); }, 1, 1e-10, 3e-2},
         {"gamma_inverse_cdf", {"p", "a"}, [](const Arguments& a) { return orvls_d_gamma_inverse_cdf(a[0], a[1]); },
          [](const Arguments& a) { return orvls_f_gamma_inverse_cdf(f(a[0]), f(a[1])); }, 0, 1e-14, 1e-6,
-         [](double x, const Arguments& a) { return orvls_d_gamma_cdf(x, a[1]); }, 1e-10, 5e-2},
+         [](double x, const Arguments& a) { return orvls_d_gamma_cdf(x, a[1]); }, 1e-10, 8e-2},
         {"beta_cdf", {"x", "pin", "qin"}, [](const Arguments& a) { return orvls_d_beta_cdf(a[0], a[1], a[2]); },
          [](const Arguments& a) { return orvls_f_beta_cdf(f(a[0]), f(a[1]), f(a[2])); }, 1, 5e-13, 1e-4},
         {"beta_inverse_cdf", {"p", "pin", "qin"},
