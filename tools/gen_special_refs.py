@@ -628,8 +628,8 @@ def gen_beta_incomplete():
     xs = [0, 2.0 ** -100, 2.0 ** -60, 2.0 ** -20, 0.0625, 0.125, 0.25, 0.5, 0.625, 0.75, 0.9375, 1 - 2.0 ** -20, 1]
     xs += around_f32(0.2) + around_f32(0.8)
     pairs = [(0.5, 0.5), (1, 1), (2, 3), (3, 2), (0.25, 5), (5, 0.25), (1.5, 1.5), (2.5, 0.75), (0.75, 2.5),
-             (9.5, 10.5), (10, 10), (50, 40), (40, 50), (1000, 1000), (200.5, 3), (3, 200.5), (1e4, 1e4 + 0.5),
-             (2.0 ** -10, 2.0 ** -10), (7, 1), (1, 7)]
+             (9.5, 10.5), (10, 10), (50, 40), (1000, 1000), (200.5, 3), (3, 200.5), (1e4, 1e4 + 0.5),
+             (2.0 ** -10, 2.0 ** -10), (7, 1)]
     for a, b in pairs:
         for x in unique_sorted(xs):
             v = betainc_reg(x, a, b)
@@ -912,7 +912,7 @@ def gen_owen_t():
     t = Table(DISTRIBUTIONS_DIR, "l_owen_t", ["h", "a"])
     hb = [0.0] + OWEN_HRANGE + [6.0]
     ab = [0.0] + OWEN_ARANGE + [1.0]
-    hmid = [f32((hb[i] + hb[i + 1]) / 2) for i in range(len(hb) - 1)] + [f32(7.5), 10.0, 15.0]
+    hmid = [f32((hb[i] + hb[i + 1]) / 2) for i in range(len(hb) - 1)] + [10.0]
     amid = [f32((ab[j] + ab[j + 1]) / 2) for j in range(len(ab) - 1)] + [1.0]
     cases = []
     # One point inside every cell of the selection table.
@@ -922,11 +922,11 @@ def gen_owen_t():
     # Both sides of every h switch, at a few a; both sides of every a switch, at a few h.
     for b in OWEN_HRANGE:
         for h in around_f32(b):
-            for a in (f32(0.01), f32(0.3), f32(0.7), 1.0):
+            for a in (f32(0.01), f32(0.7)):
                 cases.append((h, a))
     for b in OWEN_ARANGE:
         for a in around_f32(b):
-            for h in (f32(0.05), f32(0.5), 2.0, f32(3.38), 5.0):
+            for h in (f32(0.05), 2.0, f32(3.38)):
                 cases.append((h, a))
     # Edges: h = 0, a = 0, a = 1.
     for h in (0.0, 1.0, 4.0):
@@ -934,8 +934,8 @@ def gen_owen_t():
     for a in (f32(0.3), 1.0):
         cases.append((0.0, a))
     # Reflection for |a| > 1, on both sides of |h| = 0.67, and negative a.
-    for a in (1.0 + 2.0 ** -20, 1.5, 4.0, 40.0, 1000.0, 1e4):
-        for h in around_f32(0.67) + [0.125, 1.0, 3.0, 9.0]:
+    for a in (1.0 + 2.0 ** -20, 4.0, 1000.0):
+        for h in around_f32(0.67) + [0.125, 3.0]:
             cases.append((h, a))
     for h, a in ((0.5, -0.5), (2.0, -0.25), (0.25, -3.0), (1.5, -7.0), (-1.0, 0.5), (-2.0, -2.0)):
         cases.append((f32(h), f32(a)))
@@ -1052,13 +1052,13 @@ def t_cdf_prescribed(t, df):
 
 def gen_t_cdf():
     tb = Table(DISTRIBUTIONS_DIR, "t_cdf", ["t", "df"], prescribed=True)
-    dfs = [1, 2, 3, 4, 5, 7, 10, 19, 20, 21, 30, 100, 1000, 1e6, 1.5, 2.5, 7.25, 19.5, 20.5, 100.5]
+    dfs = [1, 2, 3, 4, 5, 10, 19, 20, 21, 100, 1e6, 1.5, 2.5, 19.5, 100.5]
     for df in dfs:
-        ts = [0, 0.5, 1, 1.5, 1.984375, 2, 2.015625, 3, 4.25, 6, 10, 50, 1000, 1e10, math.inf]
+        ts = [0, 0.5, 1, 1.984375, 2, 2.015625, 3, 10, 1000, math.inf]
         r = math.sqrt(df)
         ts += [f32(r * 0.99), f32(r), f32(r * 1.01)]
         if df >= 100:
-            ts += [15, 20, 25]
+            ts += [20]
         for x in unique_sorted(ts):
             for tt in ((x, -x) if x != 0 else (x,)):
                 pres, b = t_cdf_prescribed(tt, df)
@@ -1067,13 +1067,21 @@ def gen_t_cdf():
 
 
 def t_quantile_true(p, df):
+    # Near p = 1/2 the argument df/(df + t^2) of the incomplete beta is within
+    # 1e-37 of 1; the extra digits keep 1 minus it exact enough.
+    with mp.workdps(100):
+        return +t_quantile_core(p, df)
+
+
+def t_quantile_core(p, df):
     if p == 0.5:
         return mpf(0)
     q = 2 * min(mpf(p), 1 - mpf(p))
     df_ = mpf(df)
-    # Two-sided tail I_z(df/2, 1/2) = q with z = df/(df+t^2); I is increasing in z.
-    z = solve_increasing(lambda z: betainc_reg(z, df_ / 2, mpf(0.5)), q, 0, 1)
-    v = mp.sqrt(df_ * (1 / z - 1))
+    # Minus the two-sided tail I_z(df/2, 1/2), z = df/(df + t^2), rises with t.
+    f = lambda t: -betainc_reg(df_ / (df_ + t * t), df_ / 2, mpf(0.5))
+    hi = bracket_up(f, -q, 1)
+    v = solve_increasing(f, -q, hi / 2 if f(hi / 2) <= -q else 0, hi, log_scale=True)
     return -v if p < 0.5 else v
 
 
@@ -1128,8 +1136,8 @@ def t_inverse_prescribed(p, df):
 
 def gen_t_inverse():
     tb = Table(DISTRIBUTIONS_DIR, "t_inverse", ["p", "df"], prescribed=True)
-    dfs = [1, 1.25, 1.5, 1.75, 2, 2.25, 2.5, 3, 4, 4.5, 4.75, 5, 5.5, 7, 10, 20, 30, 100, 1000, 1e5]
-    ps = [2.0 ** -40, 2.0 ** -20, 2.0 ** -10, 2.0 ** -7, 0.03125, 0.125, 0.25, 0.375, 0.4375, 0.5 - 2.0 ** -20,
+    dfs = [1, 1.25, 1.5, 1.75, 2, 2.5, 3, 4, 4.5, 5, 5.5, 7, 10, 20, 100, 1000, 1e5]
+    ps = [2.0 ** -40, 2.0 ** -20, 2.0 ** -10, 2.0 ** -7, 0.03125, 0.125, 0.25, 0.375, 0.5 - 2.0 ** -20,
           0.5, 0.5 + 2.0 ** -53, 0.5 + 2.0 ** -20, 0.625, 0.75, 0.875, 0.96875, 1 - 2.0 ** -7, 1 - 2.0 ** -10,
           1 - 2.0 ** -20]
     for df in dfs:
@@ -1149,6 +1157,8 @@ def chi2_cdf_prescribed(x, df):
     xd = to_double(x)
     x = mpf(x)
     eps = EPS4
+    if xd < 0:
+        return mpf(0), "negative_note1"
     if xd <= 1e-12:
         return mpf(0), "tiny_zero"
     if df > 65:
@@ -1196,10 +1206,10 @@ def chi2_cdf_true(x, df):
 
 def gen_chi_squared_cdf():
     tb = Table(DISTRIBUTIONS_DIR, "chi_squared_cdf", ["chi_squared", "df"], prescribed=True)
-    dfs = [0.5, 1, 1.5, 2, 3, 5, 10, 24, 25, 25.5, 26, 30, 50, 64, 65, 66, 100, 1000, 1e5]
+    dfs = [0.5, 1, 2, 5, 10, 25, 25.5, 26, 30, 64, 65, 66, 100, 1000, 1e5]
     for df in dfs:
-        xs = [2.0 ** -40, 2.0 ** -39, 2.0 ** -20, 0.25, 1, 1.984375, 2, 2.015625, 25.984375, 26, 26.015625,
-              199.5, 200, 200.5, 400]
+        xs = [-1, 2.0 ** -40, 2.0 ** -39, 0.25, 1, 1.984375, 2, 2.015625, 25.984375, 26, 26.015625,
+              199.5, 200, 200.5]
         xs += [f32(df * f) for f in (0.125, 0.25, 0.5, 0.75, 1, 1.25, 1.5, 2, 3)]
         if df > 65:
             # Around z = 5 and z = -18.8055 of the Wilson-Hilferty form.
@@ -1208,7 +1218,7 @@ def gen_chi_squared_cdf():
                 xs += around_f32(df * (z * math.sqrt(w) + 1 - w) ** 3) if z * math.sqrt(w) + 1 - w > 0 else []
         for x in unique_sorted(xs):
             pres, b = chi2_cdf_prescribed(x, df)
-            tb.add([x, df], chi2_cdf_true(x, df), b, pres)
+            tb.add([x, df], chi2_cdf_true(x, df) if x > 0 else mpf(0), b, pres)
     return tb
 
 
@@ -1263,6 +1273,8 @@ def gen_F_cdf():
            (1000, 1000), (0.5, 0.5)]
     fs = [2.0 ** -30, 2.0 ** -10, 0.0625, 0.25, 0.5, 0.75, 1, 1.25, 1.5, 2, 3, 5, 10, 100, 1e4, 1e10]
     for d1, d2 in dfs:
+        for f in (-1.0, 0.0):
+            tb.add([f, d1, d2], mpf(0), "not_positive_note1")
         for f in fs:
             xb = d2 / (f * d1 + d2)
             tb.add([f, d1, d2], F_cdf_true(f, d1, d2),
@@ -1296,6 +1308,8 @@ def gen_F_inverse_cdf():
 
 
 def gamma_cdf_branch(x, a):
+    if x < 0:
+        return "negative_note1"
     if x == 0:
         return "zero"
     if math.log(x) >= math.log(DMAX) / 3:
@@ -1307,7 +1321,7 @@ def gen_gamma_cdf():
     tb = Table(DISTRIBUTIONS_DIR, "gamma_cdf", ["x", "a"])
     avals = [2.0 ** -10, 0.125, 0.5, 1, 1.5, 2, 3.75, 10, 25.5, 100, 1000, 1e5]
     for a in avals:
-        xs = [0, 2.0 ** -30, 2.0 ** -10, 0.25, 0.984375, 1, 1.015625, 2, 10, 100, 1e3, 1e5, 1e103]
+        xs = [-1, 0, 2.0 ** -30, 2.0 ** -10, 0.25, 0.984375, 1, 1.015625, 2, 10, 100, 1e3, 1e5, 1e103]
         xs += [f32(a * f) for f in (0.5, 0.75, 0.984375, 1, 1.015625, 1.25, 1.5, 2)]
         if a >= 100:
             sd = math.sqrt(a)
@@ -1352,7 +1366,7 @@ BETA_PAIRS = [(0.5, 0.5), (1, 1), (2, 3), (3, 2), (0.25, 5), (5, 0.25), (1.5, 1.
 
 def gen_beta_cdf():
     tb = Table(DISTRIBUTIONS_DIR, "beta_cdf", ["x", "pin", "qin"])
-    xs = [-0.5, 0, 2.0 ** -60, 2.0 ** -20, 0.0625, 0.125, 0.25, 0.5, 0.625, 0.75, 0.9375, 1 - 2.0 ** -20, 1, 1.5]
+    xs = [0, 2.0 ** -60, 2.0 ** -20, 0.0625, 0.125, 0.25, 0.5, 0.625, 0.75, 0.9375, 1 - 2.0 ** -20, 1]
     xs += around_f32(0.2) + around_f32(0.8)
     for a, b in BETA_PAIRS:
         for x in unique_sorted(xs):

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "frame/tsd.h"
 #include "orvls.h"
 
 namespace orvls {
@@ -86,7 +87,7 @@ void record(ErrorBlock* block, int64_t type, int64_t code, const char* message_t
 
 // The rare branches of push and pop, out of line.
 [[noreturn]] void stack_overflow(ErrorBlock* block);
-void refuse_second_thread(ErrorBlock* block);
+void refuse_call(ErrorBlock* block);
 void leave_trapped_levels(ErrorBlock* block, const char* name);
 void check_popped_name(ErrorBlock* block, const char* name);
 void report_return(ErrorBlock* block, const char* name);
@@ -107,8 +108,8 @@ inline void push(ErrorBlock* block, const char* name)
     block->error_stack_top = top;
     block->current_type[0] = block->current_type[1] = 0;
     block->current_code[0] = block->current_code[1] = 0;
-    if (threads_with_trapping.load(std::memory_order_relaxed) != 0) [[unlikely]]
-        refuse_second_thread(block);
+    if ((threads_with_trapping.load(std::memory_order_relaxed) | load_status()) != 0) [[unlikely]]
+        refuse_call(block);
 }
 
 // Pop a routine's name, reporting when the caller called it.

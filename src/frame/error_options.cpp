@@ -15,15 +15,19 @@ OnceFlag signal_flag_once{0};
 pthread_mutex_t signal_flag_lock;
 void make_signal_flag_lock() { make_lock(&signal_flag_lock, false); }
 
-char* copy_text(const char* text)
+// Replaces an owned text of the block with a copy of `text`; a copy that
+// cannot be made is reported and leaves the setting as it was.
+void replace_text(char** setting, const char* text)
 {
     const std::size_t length = std::strlen(text) + 1;
     auto* copy = static_cast<char*>(orvls_malloc(length));
-    if (copy == nullptr)
+    if (copy == nullptr) {
         orvls_ermes(5, 200);
-    else
-        std::memcpy(copy, text, length);
-    return copy;
+        return;
+    }
+    std::memcpy(copy, text, length);
+    std::free(*setting);
+    *setting = copy;
 }
 
 // Types readable and settable through the options: 1 to 7.  The report
@@ -65,10 +69,10 @@ void error_options(ErrorBlock* block, int first_code, OptionReader& options)
     while (more) {
         switch (code) {
         case ORVLS_ERROR_MSG_FILE_NAME:
-            block->message_file_name = copy_text(options.pointer<const char*>());
+            replace_text(&block->message_file_name, options.pointer<const char*>());
             break;
         case ORVLS_ERROR_MSG_PATH:
-            block->message_search_path = copy_text(options.pointer<const char*>());
+            replace_text(&block->message_search_path, options.pointer<const char*>());
             break;
         case ORVLS_ERROR_PRINT_PROC: {
             PrintRoutine routine = options.pointer<PrintRoutine>();

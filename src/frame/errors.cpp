@@ -247,7 +247,10 @@ ErrorBlock* create_error_block()
 {
     orvls_once(&block_key_once, make_block_key);
     auto* block = static_cast<ErrorBlock*>(orvls_calloc(1, sizeof(ErrorBlock)));
-    if (block == nullptr || block_key == 0 || orvls_tsd_set(block_key, block) != 0) {
+    const bool kept = block != nullptr && block_key != 0 && orvls_tsd_set(block_key, block) == 0;
+    // After a failed load the block lives in the thread's cache alone, so
+    // that calls can still be refused with a report.
+    if (!kept && (block == nullptr || load_status() == 0)) {
         std::fprintf(stderr, "%s\n", kOutOfMemoryText);
         std::exit(8);
     }
@@ -272,7 +275,15 @@ const char* type_spelling(int64_t type)
     end_process(block);
 }
 
-void refuse_second_thread(ErrorBlock* block) { record(block, 4, 499, orvls_message_text(499)); }
+// Public routines refuse to run after a failed load, and once a second
+// thread has appeared while the signal guard was on.
+void refuse_call(ErrorBlock* block)
+{
+    if (load_status() != 0)
+        record(block, 5, 200, orvls_message_text(200));
+    else
+        record(block, 4, 499, orvls_message_text(499));
+}
 
 void record(ErrorBlock* block, int64_t type, int64_t code, const char* message_template)
 {

@@ -10,6 +10,7 @@
 
 namespace orvls {
 
+int load_result = 0;
 pthread_mutex_t tsd_value_lock;
 pthread_mutex_t tsd_registry_lock;
 pthread_mutex_t once_lock;
@@ -25,7 +26,6 @@ struct RegistryEntry {
 
 pthread_key_t tsd_index;
 bool tsd_index_made = false;
-int load_result = 0;
 
 uint64_t tsd_next_key = 1;  // key 0 is never handed out
 uint64_t tsd_capacity = 64;
@@ -167,7 +167,7 @@ int register_value(TsdKey key, void* value)
 
 }  // namespace
 
-int load_status() { return load_result; }
+void simulate_load_failure(int status) { load_result = status; }
 
 void make_lock(pthread_mutex_t* lock, bool recursive) { init_lock(lock, recursive); }
 
@@ -184,6 +184,8 @@ void orvls_once(OnceFlag* flag, void (*initialiser)())
 
 int orvls_tsd_key_create(TsdKey* key_out, TsdDestructor destructor)
 {
+    if (tsd_destructors == nullptr)
+        return 12;  // the load failed
     LockGuard hold(&tsd_value_lock);
     if (tsd_next_key == tsd_capacity) {
         auto* grown = static_cast<TsdDestructor*>(orvls_calloc(2 * tsd_capacity, sizeof(TsdDestructor)));
@@ -202,6 +204,8 @@ int orvls_tsd_key_create(TsdKey* key_out, TsdDestructor destructor)
 
 int orvls_tsd_set(TsdKey key, void* value)
 {
+    if (tsd_registry == nullptr)
+        return 12;  // the load failed
     const int registered = register_value(key, value);
     LockGuard hold(&tsd_value_lock);
     uint64_t* table = thread_table();
@@ -226,6 +230,8 @@ int orvls_tsd_set(TsdKey key, void* value)
 
 void* orvls_tsd_get(TsdKey key)
 {
+    if (!tsd_index_made)
+        return nullptr;
     const uint64_t* table = thread_table();
     if (table == nullptr || key >= table[0])
         return nullptr;

@@ -24,7 +24,11 @@ extern pthread_mutex_t once_lock;
 extern pthread_mutex_t output_lock;
 
 // 0 when the load succeeded, else 11 (no thread-local index) or 12 (memory).
-int load_status();
+// A failed load does not fail the program: public routines refuse instead.
+extern int load_result;
+inline int load_status() { return load_result; }
+// Test-only: makes the frame behave as after a failed load.
+void simulate_load_failure(int status);
 
 void orvls_once(OnceFlag* flag, void (*initialiser)());
 int orvls_tsd_key_create(TsdKey* key_out, TsdDestructor destructor);

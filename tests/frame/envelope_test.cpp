@@ -2,7 +2,9 @@
 // walk and the out-of-memory paths.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <csignal>
+#include <unistd.h>
 #include <cstdarg>
 #include <thread>
 #include <vector>
@@ -303,6 +305,48 @@ TEST(Once, RunsExactlyOnceAndMayNest)
         thread.join();
     run();
     EXPECT_EQ(runs, 11);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(LoadDeathTest, AFailedLoadMakesPublicRoutinesRefuse)
+{
+    EXPECT_EXIT(
+        {
+            orvls::simulate_load_failure(12);
+            std::thread([] {
+                int64_t zero = 0;
+                orvls_e1pos(0, &zero, &zero);
+                const int result = envelope<int>("orvls_test_after_load", -1, [] { return 1; });
+                std::exit(result == -1 && last_outcome() == Outcome{5, 200} ? 0 : 1);
+            }).join();
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(UnloadDeathTest, DestructorsRunForThreadsThatNeverEnded)
+{
+    // A thread still blocked at exit: its value is destroyed when the
+    // library unloads.
+    EXPECT_EXIT(
+        {
+            static orvls::TsdKey key = 0;
+            orvls::orvls_tsd_key_create(&key, [](void*) { std::fputs("destroyed at unload\n", stderr); });
+            static std::atomic<bool> set{false};
+            std::thread([] {
+                static int value;
+                orvls::orvls_tsd_set(key, &value);
+                set = true;
+                for (;;)
+                    pause();
+            }).detach();
+            while (!set)
+                std::this_thread::yield();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "destroyed at unload");
 }
 
 }  // namespace

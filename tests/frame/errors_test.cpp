@@ -418,3 +418,28 @@ TEST(Settings, CounterOfN1rnof)
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ErrorStack, RoutinesCalledOnTheCallersBehalfReportLikeUserCalls)
+{
+    ErrorCapture capture;
+    orvls_e1psh(kRoutine);
+    orvls::orvls_e1user("ON");
+    orvls_e1psh(kInner);
+    orvls_e1mes(ORVLS_WARNING, 61, "reported at the inner pop");
+    orvls_e1pop(kInner);
+    EXPECT_EQ(capture.text(), heading_with_name("WARNING ", 61, kInner) + "reported at the inner pop\n\n");
+    orvls::orvls_e1user("OFF");
+    orvls_e1pop(kRoutine);
+}
+
+TEST(Settings, CopiesThatCannotBeMadeAreReported)
+{
+    ErrorCapture capture;
+    orvls_testing_fail_allocation(1);
+    orvls_error_options(ORVLS_ERROR_MSG_PATH, "/nowhere", 0);
+    EXPECT_EQ(last_outcome(), (Outcome{5, 200}));
+}
+
+}  // namespace

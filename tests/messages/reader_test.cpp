@@ -425,7 +425,7 @@ TEST(Reader, ReportShowsTheNameAndTheTemplate)
 // Every literal code that the sources raise must have a message.
 TEST(Catalogue, EveryRaisedCodeHasAnEntry)
 {
-    const std::regex call(R"((?:orvls_ermes|orvls_e1mes|record)\s*\(\s*(?:block\s*,\s*)?-?\d+\s*,\s*([^,;)]*))");
+    const std::regex call(R"((?:orvls_ermes|orvls_e1mes|record|raise_error)\s*\(\s*(?:block\s*,\s*)?-?\d+\s*,\s*([^,;)]*))");
     // The code itself, or the branches of a conditional: a number at the
     // start of the argument or just behind "?" or ":".
     const std::regex number(R"((?:^|[?:])\s*(\d+)\b)");
