@@ -14,19 +14,19 @@ template <class Real>
 Real beta_cdf(Real x, Real pin, Real qin)
 {
     if (pin <= 0) {
-        raise_with_reals(5, 11033, pin);
+        raise_error(5, 11033, {pin});
         return missing_value<Real>();
     }
     if (qin <= 0) {
-        raise_with_reals(5, 11034, qin);
+        raise_error(5, 11034, {qin});
         return missing_value<Real>();
     }
     if (x <= 0) {
-        raise_with_reals(1, 20415, x);
+        raise_error(1, 20415, {x});
         return Real(0);
     }
     if (x >= 1) {
-        raise_with_reals(1, 20416, x);
+        raise_error(1, 20416, {x});
         return Real(1);
     }
     return beta_incomplete_routine<Real>(x, pin, qin);
@@ -101,7 +101,7 @@ Real newton_beta_inverse(Real p, Real pin, Real qin)
             return in_tail(x);
     }
     const Real result = in_tail(x);
-    raise_with_reals(3, 9047, p, result);
+    raise_error(3, 9047, {p, result});
     return result;
 }
 
@@ -109,15 +109,15 @@ template <class Real>
 Real beta_inverse_cdf(Real p, Real pin, Real qin)
 {
     if (pin <= 0) {
-        raise_with_reals(5, 9044, pin);
+        raise_error(5, 9044, {pin});
         return missing_value<Real>();
     }
     if (qin <= 0) {
-        raise_with_reals(5, 9045, qin);
+        raise_error(5, 9045, {qin});
         return missing_value<Real>();
     }
     if (p <= 0 || p >= 1) {
-        raise_with_reals(5, 9046, p);
+        raise_error(5, 9046, {p});
         return missing_value<Real>();
     }
     // 31 halvings leave a bracket of 2^-31, so the bisection can end only

@@ -53,7 +53,7 @@ template <class Real>
 Real bivariate_normal_cdf(Real x, Real y, Real rho)
 {
     if (std::fabs(rho) > 1) {
-        raise_with_reals(5, 20030, rho);
+        raise_error(5, 20030, {rho});
         return missing_value<Real>();
     }
     if (std::fabs(rho) == 1) {

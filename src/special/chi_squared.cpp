@@ -77,7 +77,7 @@ Real chi_squared_cdf(Real chi_squared, Real df)
         return Real(0);
     }
     if (df < Real(0.5)) {
-        raise_with_reals(5, 9051, df);
+        raise_error(5, 9051, {df});
         return missing_value<Real>();
     }
     if (chi_squared <= Real(1e-12))
@@ -100,9 +100,9 @@ template <class Real>
 Real chi_squared_inverse_cdf(Real p, Real df)
 {
     if (p <= 0 || p >= 1)
-        raise_with_reals(5, 9043, p);
+        raise_error(5, 9043, {p});
     if (df < Real(0.5))
-        raise_with_reals(5, 9051, df);
+        raise_error(5, 9051, {df});
     if (orvls_n1rty(0) == 5)
         return missing_value<Real>();
 
@@ -131,14 +131,14 @@ Real chi_squared_inverse_cdf(Real p, Real df)
 
     RootBracket<Real> bracket{x0, f0, x1, Real(0), Real(0)};
     if (!bracket.widen(excess, -2 * f0 / slope, [](Real) { return false; })) {
-        raise_with_reals(3, 9052, p, df, tolerance);
+        raise_error(3, 9052, {p, df, tolerance});
         return missing_value<Real>();
     }
     const auto converged = [&](Real dx, Real m) {
         return std::fabs(m == 0 ? dx : dx / m) < tolerance;
     };
     if (!bracket.refine(excess, converged))
-        raise_with_reals(3, 9053, p, df, tolerance);
+        raise_error(3, 9053, {p, df, tolerance});
     return bracket.middle();
 }
 

@@ -10,8 +10,12 @@
 
 #include "frame/envelope.h"
 #include "frame/machine.h"
+#include "special/common.h"
 
 namespace orvls {
+
+using special::clear_error;
+using special::raise_error;
 
 // ---- Frame helpers ---------------------------------------------------------
 
@@ -31,16 +35,7 @@ inline auto within(const char* name, Body&& body)
 template <class Real, class Worker>
 inline Real distribution_routine(const char* float_name, const char* double_name, Worker&& worker)
 {
-    return envelope<Real>(std::is_same_v<Real, float> ? float_name : double_name, missing_value<Real>(), worker);
-}
-
-// Raises an error after setting its real parameters, numbered from 1.
-template <class... Reals>
-inline void raise_with_reals(int64_t type, int64_t code, Reals... values)
-{
-    int64_t i = 0;
-    (orvls_e1std(++i, static_cast<double>(values)), ...);
-    orvls_ermes(type, code);
+    return envelope<Real>(special::public_name<Real>(float_name, double_name), missing_value<Real>(), worker);
 }
 
 // eps of the family: the largest relative spacing of the element type.

@@ -12,11 +12,11 @@ template <class Real>
 Real F_cdf(Real f, Real df_numerator, Real df_denominator)
 {
     if (df_numerator <= 0 || df_denominator <= 0) {
-        raise_with_reals(5, 9048, df_numerator, df_denominator);
+        raise_error(5, 9048, {df_numerator, df_denominator});
         return missing_value<Real>();
     }
     if (f <= 0) {
-        raise_with_reals(1, 9050, f);
+        raise_error(1, 9050, {f});
         return Real(0);
     }
     const Real x = df_denominator / (f * df_numerator + df_denominator);
@@ -29,11 +29,11 @@ template <class Real>
 Real F_inverse_cdf(Real p, Real df_numerator, Real df_denominator)
 {
     if (p <= 0 || p >= 1) {
-        raise_with_reals(5, 9043, p);
+        raise_error(5, 9043, {p});
         return missing_value<Real>();
     }
     if (df_numerator <= 0 || df_denominator <= 0) {
-        raise_with_reals(5, 9048, df_numerator, df_denominator);
+        raise_error(5, 9048, {df_numerator, df_denominator});
         return missing_value<Real>();
     }
     const Real top = 1 - largest_spacing<Real>();

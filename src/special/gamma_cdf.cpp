@@ -82,13 +82,13 @@ Real gamma_cdf(Real x, Real a)
     if (x == 0)
         return Real(0);
     if (a <= 0) {
-        raise_with_reals(5, 9056, a);
+        raise_error(5, 9056, {a});
         return missing_value<Real>();
     }
     const Real log_x = std::log(x);
     if (log_x >= DistributionLimits<Real>::log_largest_third) {
         if (a >= Real(0.5) * x) {
-            raise_with_reals(4, 9010, x, a);
+            raise_error(4, 9010, {x, a});
             return missing_value<Real>();
         }
         return Real(1);
@@ -105,22 +105,22 @@ template <class Real>
 Real gamma_inverse_cdf(Real p, Real a)
 {
     if (p <= 0 || p >= 1) {
-        raise_with_reals(5, 9043, p);
+        raise_error(5, 9043, {p});
         return missing_value<Real>();
     }
     if (a <= 0) {
-        raise_with_reals(5, 9056, a);
+        raise_error(5, 9056, {a});
         return missing_value<Real>();
     }
     if (a > DistributionLimits<Real>::gamma_shape_limit) {
-        raise_with_reals(5, 40023, a, DistributionLimits<Real>::gamma_shape_limit);
+        raise_error(5, 40023, {a, DistributionLimits<Real>::gamma_shape_limit});
         return missing_value<Real>();
     }
     const Real z = orvls_anorin(p);
     const Real root_9a = std::sqrt(9 * a);
     const Real cube_root = z / root_9a + 1 - 1 / (9 * a);
     if (std::fabs(cube_root) > DistributionLimits<Real>::cube_root_largest) {
-        raise_with_reals(5, 40024, a);
+        raise_error(5, 40024, {a});
         return missing_value<Real>();
     }
 
@@ -143,7 +143,7 @@ Real gamma_inverse_cdf(Real p, Real a)
     };
     RootBracket<Real> bracket{x0, f0, x1, Real(0), -machine_table<Real>(7)};
     if (!bracket.widen(excess, 2 * (-f0 / slope), overflows)) {
-        raise_with_reals(5, 40025, p, a);
+        raise_error(5, 40025, {p, a});
         return missing_value<Real>();
     }
     const auto converged = [&](Real dx, Real m) {

@@ -87,7 +87,7 @@ Real t_cdf(Real t, Real df)
     if (std::isinf(t))
         return t > 0 ? Real(1) : Real(0);
     if (df < 1) {
-        raise_with_reals(5, 9042, df);
+        raise_error(5, 9042, {df});
         return missing_value<Real>();
     }
     const Real u = t * t;
@@ -133,11 +133,11 @@ template <class Real>
 Real t_inverse_cdf(Real p, Real df)
 {
     if (df < 1) {
-        raise_with_reals(5, 9042, df);
+        raise_error(5, 9042, {df});
         return missing_value<Real>();
     }
     if (p <= 0 || p >= 1) {
-        raise_with_reals(5, 9043, p);
+        raise_error(5, 9043, {p});
         return missing_value<Real>();
     }
     const Real eps = largest_spacing<Real>();
