@@ -71,6 +71,15 @@ static void tour_distributions(void)
            1 - orvls_d_F_cdf(3.1, 3, 20));
 }
 
+/* Special functions: gamma, erf, the incomplete beta and a binomial coefficient. */
+static void tour_special(void)
+{
+    printf("\n== Special functions ==\n");
+    printf("gamma(4.5) = %.15g, erf(0.5) = %.15g\n", orvls_d_gamma(4.5), orvls_d_erf(0.5));
+    printf("I_0.3(2, 5) = %.15g, C(10, 3) = %.0f\n", orvls_d_beta_incomplete(0.3, 2, 5),
+           orvls_d_binomial_coefficient(10, 3));
+}
+
 int main(void)
 {
     printf("orvls tour\n");
@@ -78,6 +87,7 @@ int main(void)
     tour_machine();
     tour_printing();
     tour_kernels();
+    tour_special();
     tour_distributions();
     return 0;
 }

@@ -101,6 +101,15 @@ Real l_beta_incomplete(Real x, Real pin, Real qin);
 
 // ---- Error-function family -------------------------------------------------
 
+// The per-thread term counts of erf and erfc, one block per real type: the
+// effective lengths of the erf, erfc (x^2 > 4) and erfc (1 < x^2 <= 4)
+// series, in that order, and a spare word.  A zero first word means that
+// the counts are not yet found.
+template <class Real>
+struct ErfTermCounts {
+    int64_t words[4];
+};
+
 // exp(x^2) erfc(x).  counts holds the effective lengths of the erf, erfc
 // (x^2 > 4) and erfc (1 < x^2 <= 4) series; all zero means not yet found,
 // and they are then found and stored here.
