@@ -163,7 +163,9 @@ TEST(SimpleStatisticsConditions, WarningsLeaveResultsWithUndefinedCells)
         {"one observation keeps its mean", 1, 2, {1, 2}, plain, {11067}, 0, 1, 2},
         {"zero weights",
          3, 1, {1, 2, 3},
-         [](int64_t n, int64_t m, double* x) { return orvls_d_simple_statistics(n, m, x, ORVLS_WEIGHTS, kZeroWeights, 0); },
+         [](int64_t n, int64_t m, double* x) {
+             return orvls_d_simple_statistics(n, m, x, ORVLS_WEIGHTS, kZeroWeights, 0);
+         },
          {11068}, 0, 0, nan},
         {"zero weights of one variable",
          4, 2, {1, 5, 2, 6, 3, nan, 4, nan},
