@@ -599,6 +599,42 @@ ORVLS_API double orvls_d_beta_inverse_cdf(double p, double pin, double qin);
 /* END DISTRIBUTIONS */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN STATISTICS */
+/* Simple statistics of the columns of a data matrix.
+ *
+ * orvls_d_simple_statistics(n_observations, n_variables, x, options..., 0)
+ * (float: orvls_f_) takes x, n_observations rows by n_variables columns,
+ * row-major, NaN marking a missing value, and returns a matrix with one
+ * column per variable and these rows: 0 mean, 1 variance, 2 standard
+ * deviation, 3 skewness, 4 excess kurtosis, 5 minimum, 6 maximum, 7 range,
+ * 8 coefficient of variation, 9 count (the sum of the frequencies used),
+ * 10 and 11 the confidence limits of the mean, 12 and 13 those of the
+ * variance; with ORVLS_MEDIAN also 14 the median, with
+ * ORVLS_MEDIAN_AND_SCALE also 15 the median absolute deviation and 16 the
+ * scale (row 15 over the normal quantile at 0.75).  Undefined statistics
+ * are NaN, with a warning.  A confidence of 0 or below leaves its two rows
+ * unwritten.  Free the result with
+ * orvls_free_allocated_memory; NULL after a fatal error.  x is transposed in
+ * place during the call and restored before it returns (except after a
+ * fatal error in the moment kernel): it must not be shared meanwhile. */
+ORVLS_API float *orvls_f_simple_statistics(int64_t n_observations, int64_t n_variables, float *x, ...);
+ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_variables, double *x, ...);
+#define ORVLS_CONFIDENCE_MEANS         10880 /* double: percent confidence of rows 10, 11; default 95 */
+#define ORVLS_CONFIDENCE_MEANS_ADR     10890 /* real *: the same by address */
+#define ORVLS_CONFIDENCE_VARIANCES     10910 /* double: percent confidence of rows 12, 13; default 95 */
+#define ORVLS_CONFIDENCE_VARIANCES_ADR 10920 /* real *: the same by address */
+#define ORVLS_FREQUENCIES              11790 /* const real *: one frequency per observation; default each 1 */
+#define ORVLS_MEDIAN                   13150 /* add row 14 */
+#define ORVLS_MEDIAN_AND_SCALE         13160 /* add rows 14 to 16; excludes ORVLS_MEDIAN, and neither twice */
+#define ORVLS_RETURN_USER              14280 /* real *: fill this array and return it */
+#define ORVLS_RETURN_COL_DIM           14800 /* int: row length of the result; default n_variables */
+#define ORVLS_WEIGHTS                  15400 /* const real *: one weight per observation; default each 1 */
+#define ORVLS_X_COL_DIM                15470 /* int: row length of x; default n_variables */
+#define ORVLS_MISSING_LISTWISE         18010 /* a row with any NaN is left out for all variables (default) */
+#define ORVLS_MISSING_ELEMENTWISE      18011 /* a NaN leaves out only that value */
+/* END STATISTICS */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN KERNELS */
 /* Vector and matrix kernels.  Vectors are a length, a first element and a
  * stride in elements; matrices are column-major with a leading dimension.

@@ -1,0 +1,590 @@
+#include "basic/u2sta.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "basic/precision.h"
+#include "frame/checks.h"
+#include "frame/machine.h"
+#include "frame/memory.h"
+#include "frame/safe_divide.h"
+#include "orvls.h"
+
+namespace orvls::basic {
+
+namespace {
+
+// The arguments of one kernel call, with the accessors the parts share.
+template <class Real>
+struct KernelCall {
+    int64_t ido, nrow, nvar;
+    const Real* x;
+    int64_t ldx, ifrq, iwt, mopt;
+    Real conprm, conprv;
+    Real* stat;
+    int64_t ldstat;
+    int64_t* nrmiss;
+    Real* first_values;
+    UpdateState<Real>* state;
+    int64_t skipped_low, skipped_high;  // the frequency and weight columns, ordered, zero-based; -1 for none
+
+    Real& at(int64_t row, int64_t j) const { return stat[row + j * ldstat]; }
+    Real element(int64_t i, int64_t column) const { return x[i + column * ldx]; }
+    // Value of variable j in row i: the data columns skip the frequency and weight.
+    Real value(int64_t i, int64_t j) const
+    {
+        int64_t column = j;
+        if (skipped_low >= 0 && column >= skipped_low)
+            ++column;
+        if (skipped_high >= 0 && column >= skipped_high)
+            ++column;
+        return element(i, column);
+    }
+    Real& first_value(int64_t j) const { return first_values[j]; }
+    Real& not_constant(int64_t j) const { return first_values[nvar + j]; }
+    bool listwise() const { return mopt < 1; }
+    void count_missing() const { *nrmiss += nrow > 0 ? 1 : -1; }
+};
+
+// A warning about one variable, numbered from 1.
+void warn(int64_t code, int64_t j)
+{
+    orvls_e1sti(1, j + 1);
+    orvls_ermes(6, code);
+}
+
+template <class Real>
+void check_arguments(const KernelCall<Real>& k, int64_t iprint)
+{
+    int64_t checks = 0;
+    orvls_check_range(k.ido, "ido", 0, 3, &checks);
+    orvls_check_range(k.nvar, "nvar", 1, -1, &checks);
+    orvls_check_range(k.ifrq, "ifrq", 0, -1, &checks);
+    orvls_check_range(k.iwt, "iwt", 0, -1, &checks);
+    orvls_check_range(iprint, "iprint", 0, 2, &checks);
+}
+
+template <class Real>
+void zero_moments(const KernelCall<Real>& k, int64_t j)
+{
+    for (int64_t row : {kMean, kVariance, kSkewness, kKurtosis})
+        k.at(row, j) = 0;
+}
+
+// The first call of a sequence: the sums of weights, and every accumulator
+// back to its empty state.  False when the sums cannot be allocated.
+template <class Real>
+bool start_sequence(const KernelCall<Real>& k)
+{
+    UpdateState<Real>& state = *k.state;
+    if (k.iwt > 0) {
+        std::free(state.weight_totals);
+        state.weight_totals = allocate<Real>(static_cast<std::size_t>(k.nvar));
+        if (state.weight_totals == nullptr) {
+            orvls_e1sti(1, k.nvar);
+            orvls_e1stl(1, "nvar");
+            orvls_ermes(5, 201);
+            return false;
+        }
+    }
+    if (k.nrow < 1) {
+        orvls_e1sti(1, k.nrow);
+        orvls_e1sti(2, k.ido);
+        orvls_ermes(5, 11063);
+    }
+    state.call_counter = 1;
+    *k.nrmiss = 0;
+    for (int64_t j = 0; j < k.nvar; ++j) {
+        k.first_value(j) = missing_value<Real>();
+        k.not_constant(j) = 0;
+        for (int64_t row : {kMean, kVariance, kDeviation, kSkewness, kKurtosis, kVariation, kCount})
+            k.at(row, j) = 0;
+        k.at(kMinimum, j) = k.at(kMaximum, j) = missing_value<Real>();
+        state.weight_sum[j] = state.weight_sq_sum[j] = 0;
+        if (k.iwt > 0)
+            state.weight_totals[j] = 0;
+    }
+    return true;
+}
+
+template <class Real>
+void check_confidences(const KernelCall<Real>& k)
+{
+    if (k.conprm >= 100) {
+        orvls_e1std(1, k.conprm);
+        orvls_ermes(5, 11064);
+    }
+    if (k.conprv >= 100) {
+        orvls_e1std(1, k.conprv);
+        orvls_ermes(5, 11065);
+    }
+}
+
+enum class RowUse { use, skip, missing, fatal };
+
+// Reads the frequency f and weight w of row i; f is negated when rows are
+// removed.  A negative frequency or weight is fatal.
+template <class Real>
+RowUse read_frequency_and_weight(const KernelCall<Real>& k, int64_t i, Real& f, Real& w)
+{
+    RowUse use = RowUse::use;
+    f = 1;
+    w = 1;
+    if (k.ifrq > 0) {
+        f = k.element(i, k.ifrq - 1);
+        if (std::isnan(f)) {
+            k.count_missing();
+            use = RowUse::missing;
+        } else if (f == 0) {
+            return RowUse::skip;
+        }
+    }
+    if (k.iwt > 0) {
+        w = k.element(i, k.iwt - 1);
+        if (std::isnan(w) && use != RowUse::missing) {
+            k.count_missing();
+            use = RowUse::missing;
+        }
+    }
+    if (f < 0) {
+        orvls_e1sti(1, i + 1);
+        orvls_e1std(1, f);
+        if (k.ido < 1) {
+            orvls_ermes(4, 11055);
+        } else {
+            orvls_e1sti(2, k.state->call_counter);
+            orvls_ermes(4, 11054);
+        }
+        use = RowUse::fatal;
+    }
+    if (k.nrow < 0)
+        f = -f;
+    if (w < 0) {
+        orvls_e1sti(1, i + 1);
+        orvls_e1std(1, w);
+        if (k.ido > 0) {
+            orvls_e1sti(2, k.state->call_counter);
+            orvls_ermes(4, 11056);
+        } else {
+            orvls_ermes(4, 11057);
+        }
+        use = RowUse::fatal;
+    }
+    return use;
+}
+
+template <class Real>
+void update_extremes(const KernelCall<Real>& k, int64_t j, Real v)
+{
+    Real& minimum = k.at(kMinimum, j);
+    Real& maximum = k.at(kMaximum, j);
+    if (std::isnan(k.first_value(j))) {
+        minimum = maximum = k.first_value(j) = v;
+        return;
+    }
+    minimum = std::min(minimum, v);
+    maximum = std::max(maximum, v);
+    if (v != k.first_value(j))
+        k.not_constant(j) = 1;
+}
+
+// Takes value v with relative weight r = f w / W and s = f w (1 - r) into
+// the mean and central sums.  Each sum uses the old values of the lower
+// ones, hence the order M4, M3, M2, mean.
+template <class Real>
+void update_moments(const KernelCall<Real>& k, int64_t j, Real v, Real r, Real s)
+{
+    Real& mean = k.at(kMean, j);
+    Real& m2 = k.at(kVariance, j);
+    Real& m3 = k.at(kSkewness, j);
+    Real& m4 = k.at(kKurtosis, j);
+    const Real d = v - mean;
+    const Real rd = r * d;
+    const Real d2 = d * d;
+    m4 += -4 * rd * m3 + 6 * rd * rd * m2 + s * d2 * d2 * (1 - 3 * r * (1 - r));
+    m3 += -3 * rd * m2 + s * d2 * d * (1 - 2 * r);
+    m2 += s * d2;
+    mean += rd;
+}
+
+// The sums of f w and of its square; a removed row takes its square out.
+template <class Real>
+void add_weight(const KernelCall<Real>& k, int64_t index, Real fw)
+{
+    k.state->weight_sum[index] += fw;
+    k.state->weight_sq_sum[index] += fw * std::fabs(fw);
+}
+
+template <class Real>
+bool row_has_missing(const KernelCall<Real>& k, int64_t i)
+{
+    for (int64_t j = 0; j < k.nvar; ++j)
+        if (std::isnan(k.value(i, j)))
+            return true;
+    return false;
+}
+
+// Listwise: one count N and one running weight W for all variables.
+template <class Real>
+bool take_rows_listwise(const KernelCall<Real>& k)
+{
+    Real* totals = k.state->weight_totals;
+    Real count = k.at(kCount, 0);
+    Real total = k.iwt > 0 ? totals[0] : count;
+    const int64_t rows = k.nrow < 0 ? -k.nrow : k.nrow;
+    for (int64_t i = 0; i < rows; ++i) {
+        Real f, w;
+        const RowUse use = read_frequency_and_weight(k, i, f, w);
+        if (use == RowUse::fatal)
+            return false;
+        if (use != RowUse::use)
+            continue;
+        if (row_has_missing(k, i)) {
+            k.count_missing();
+            continue;
+        }
+        total += f * w;
+        count += f;
+        if (count < 0) {
+            orvls_ermes(5, 11066);
+            return false;
+        }
+        if (count == 0) {
+            for (int64_t j = 0; j < k.nvar; ++j) {
+                zero_moments(k, j);
+                if (k.iwt > 0)
+                    totals[j] = 0;
+            }
+            total = 0;
+            continue;
+        }
+        Real r = 0, s = 0;
+        if (w > 0) {
+            r = f * w / total;
+            s = f * w * (1 - r);
+            add_weight(k, 0, f * w);
+        }
+        for (int64_t j = 0; j < k.nvar; ++j) {
+            const Real v = k.value(i, j);
+            if (k.nrow > 0)
+                update_extremes(k, j, v);
+            if (w > 0)
+                update_moments(k, j, v, r, s);
+        }
+    }
+    for (int64_t j = 0; j < k.nvar; ++j) {
+        k.at(kCount, j) = count;
+        if (k.iwt > 0)
+            totals[j] = total;
+    }
+    return true;
+}
+
+// Elementwise: each variable has its own count and running weight.  A count
+// that reaches 0 empties its variable, and the rest of that row is not taken.
+template <class Real>
+bool take_rows_elementwise(const KernelCall<Real>& k)
+{
+    Real* totals = k.state->weight_totals;
+    const int64_t rows = k.nrow < 0 ? -k.nrow : k.nrow;
+    for (int64_t i = 0; i < rows; ++i) {
+        Real f, w;
+        const RowUse use = read_frequency_and_weight(k, i, f, w);
+        if (use == RowUse::fatal)
+            return false;
+        if (use != RowUse::use)
+            continue;
+        bool missing_counted = false;
+        for (int64_t j = 0; j < k.nvar; ++j) {
+            const Real v = k.value(i, j);
+            if (std::isnan(v)) {
+                if (!missing_counted)
+                    k.count_missing();
+                missing_counted = true;
+                continue;
+            }
+            if (k.nrow > 0)
+                update_extremes(k, j, v);
+            Real& count = k.at(kCount, j);
+            count += f;
+            if (count < 0) {
+                orvls_ermes(5, 11066);
+                return false;
+            }
+            if (count == 0) {
+                zero_moments(k, j);
+                if (k.iwt > 0)
+                    totals[j] = 0;
+                break;
+            }
+            if (w > 0) {
+                Real total = k.iwt > 0 ? totals[j] : count - f;
+                add_weight(k, j, f * w);
+                total += f * w;
+                const Real r = f * w / total;
+                update_moments(k, j, v, r, f * w * (1 - r));
+                if (k.iwt > 0)
+                    totals[j] = total;
+            }
+        }
+    }
+    return true;
+}
+
+// Undefined statistics of variable j: rows first_row to 4, the range when
+// asked, the coefficient of variation, and the limits that were asked for.
+template <class Real>
+void make_undefined(const KernelCall<Real>& k, int64_t j, int64_t first_row, bool with_range)
+{
+    const Real nan = missing_value<Real>();
+    for (int64_t row = first_row; row <= kKurtosis; ++row)
+        k.at(row, j) = nan;
+    if (with_range)
+        k.at(kRange, j) = nan;
+    k.at(kVariation, j) = nan;
+    if (k.conprm > 0)
+        k.at(kMeanLower, j) = k.at(kMeanUpper, j) = nan;
+    if (k.conprv > 0)
+        k.at(kVarianceLower, j) = k.at(kVarianceUpper, j) = nan;
+}
+
+template <class Real>
+void make_all_undefined(const KernelCall<Real>& k, int64_t first_row, bool with_range)
+{
+    for (int64_t j = 0; j < k.nvar; ++j)
+        make_undefined(k, j, first_row, with_range);
+}
+
+// The largest element of a row of the statistics, NaN only if all are.
+template <class Real>
+Real largest(const KernelCall<Real>& k, int64_t row)
+{
+    Real result = missing_value<Real>();
+    for (int64_t j = 0; j < k.nvar; ++j)
+        result = std::fmax(result, k.at(row, j));
+    return result;
+}
+
+// Variance, deviation, skewness and kurtosis of variable j from its sums.
+template <class Real>
+void finish_moments(const KernelCall<Real>& k, int64_t j)
+{
+    const Real tiny = machine_table<Real>(1);
+    const Real count = k.at(kCount, j);
+    const Real range = k.at(kRange, j);
+    const Real m2 = k.at(kVariance, j);
+    if (!(count > 1)) {
+        make_undefined(k, j, kVariance, false);
+        warn(11072, j);
+    } else if (k.not_constant(j) == 0) {
+        warn(11076, j);
+        for (int64_t row = kVariance; row <= kKurtosis; ++row)
+            k.at(row, j) = 0;
+    } else if (!(m2 > 0) && !std::isnan(m2)) {
+        k.at(kDeviation, j) = m2;
+        warn(11077, j);
+    } else if (range >= std::sqrt(tiny)) {
+        const Real v = m2 / count;
+        const Real s = std::sqrt(v);
+        const int64_t index = k.listwise() ? 0 : j;
+        const Real total = k.state->weight_sum[index];
+        const Real variance = m2 * total / (total * total - k.state->weight_sq_sum[index]);
+        k.at(kVariance, j) = variance;
+        k.at(kDeviation, j) = std::sqrt(variance);
+        Real& skewness = k.at(kSkewness, j);
+        Real& kurtosis = k.at(kKurtosis, j);
+        if (range >= std::cbrt(tiny)) {
+            skewness = 3 * std::log(s) >= std::log(tiny) ? skewness / (count * std::pow(s, Real(3)))
+                                                         : skewness / (count * s) / s / s;
+        } else {
+            skewness = kurtosis = missing_value<Real>();
+            warn(11074, j);
+        }
+        if (range >= std::pow(tiny, Real(0.25))) {
+            kurtosis = 2 * std::log(v) >= std::log(tiny) ? kurtosis / (count * std::pow(v, Real(2))) - 3
+                                                         : kurtosis / (count * v) / v - 3;
+        } else {
+            kurtosis = missing_value<Real>();
+            warn(11075, j);
+        }
+    } else {
+        k.at(kVariance, j) = k.at(kDeviation, j) = 0;
+        k.at(kSkewness, j) = k.at(kKurtosis, j) = missing_value<Real>();
+        warn(11073, j);
+    }
+}
+
+template <class Real>
+void coefficient_of_variation(const KernelCall<Real>& k, int64_t j)
+{
+    Real& variation = k.at(kVariation, j);
+    if (std::isnan(variation))
+        return;
+    const Real mean = k.at(kMean, j);
+    if (std::isnan(mean) || std::fabs(mean) < machine_table<Real>(4))
+        variation = missing_value<Real>();
+    else
+        orvls_safe_divide(k.at(kDeviation, j), mean, &variation);
+    if (std::isnan(variation))
+        warn(11078, j);
+}
+
+template <class Real>
+void mean_limits(const KernelCall<Real>& k, int64_t j)
+{
+    const Real p = k.conprm / 200 + Real(0.5);
+    const Real count = k.at(kCount, j);
+    const Real deviation = k.at(kDeviation, j);
+    Real& lower = k.at(kMeanLower, j);
+    Real& upper = k.at(kMeanUpper, j);
+    lower = upper = missing_value<Real>();
+    if (deviation < 0) {
+        warn(11079, j);
+        return;
+    }
+    const Real t = t_inverse(p, count - 1);
+    if (orvls_n1rty(1) >= 5) {
+        orvls_ermes(6, 11080);
+        return;
+    }
+    if (std::isnan(deviation))
+        return;
+    const Real half = t * deviation / std::sqrt(count);
+    lower = k.at(kMean, j) - half;
+    upper = k.at(kMean, j) + half;
+}
+
+// variance df / the chi-squared quantile at p; NaN when it fails.
+template <class Real>
+Real variance_limit(Real variance, Real df, Real p)
+{
+    const Real quantile = chi_squared_inverse(p, df);
+    if (orvls_n1rty(1) >= 4) {
+        orvls_ermes(6, 11082);
+        return missing_value<Real>();
+    }
+    return variance * df / quantile;
+}
+
+template <class Real>
+void variance_limits(const KernelCall<Real>& k, int64_t j)
+{
+    const Real p = (1 - k.conprv / 100) / 2;
+    const Real df = k.at(kCount, j) - 1;
+    const Real variance = k.at(kVariance, j);
+    Real& lower = k.at(kVarianceLower, j);
+    Real& upper = k.at(kVarianceUpper, j);
+    lower = upper = missing_value<Real>();
+    if (variance < 0) {
+        warn(11081, j);
+        return;
+    }
+    if (std::isnan(variance))
+        return;
+    lower = variance_limit(variance, df, 1 - p);
+    upper = variance_limit(variance, df, p);
+}
+
+// Turns the accumulators into the statistics.  Conditions that leave some
+// statistics undefined are warnings; the first three end the summary.
+template <class Real>
+void summarise(const KernelCall<Real>& k)
+{
+    if (!(largest(k, kCount) > 1)) {
+        make_all_undefined(k, kVariance, false);
+        orvls_ermes(6, 11067);
+        return;
+    }
+    const Real least_weight = 10 * machine_table<Real>(4);
+    if (k.iwt > 0) {
+        Real heaviest = missing_value<Real>();
+        for (int64_t j = 0; j < k.nvar; ++j)
+            heaviest = std::fmax(heaviest, k.state->weight_totals[j]);
+        if (heaviest < least_weight) {
+            make_all_undefined(k, kMean, false);
+            orvls_ermes(6, 11068);
+            return;
+        }
+        for (int64_t j = 0; j < k.nvar; ++j) {
+            if (k.at(kCount, j) > 1 && k.state->weight_totals[j] < least_weight) {
+                make_undefined(k, j, kMean, false);
+                warn(11069, j);
+            }
+        }
+    }
+    for (int64_t j = 0; j < k.nvar; ++j) {
+        const Real minimum = k.at(kMinimum, j), maximum = k.at(kMaximum, j);
+        k.at(kRange, j) = std::isnan(minimum) || std::isnan(maximum) ? 0 : maximum - minimum;
+    }
+    if (!(largest(k, kRange) >= 0)) {
+        make_all_undefined(k, kVariance, true);
+        orvls_ermes(6, 11070);
+        return;
+    }
+    for (int64_t j = 0; j < k.nvar; ++j) {
+        if (k.at(kRange, j) < 0) {
+            make_undefined(k, j, kVariance, true);
+            warn(11071, j);
+        }
+    }
+    for (int64_t j = 0; j < k.nvar; ++j)
+        if (!std::isnan(k.at(kRange, j)))
+            finish_moments(k, j);
+    for (int64_t j = 0; j < k.nvar; ++j)
+        coefficient_of_variation(k, j);
+    if (k.conprm > 0)
+        for (int64_t j = 0; j < k.nvar; ++j)
+            mean_limits(k, j);
+    if (k.conprv > 0)
+        for (int64_t j = 0; j < k.nvar; ++j)
+            variance_limits(k, j);
+}
+
+template <class Real>
+void run_kernel(KernelCall<Real>& k, int64_t iprint)
+{
+    check_arguments(k, iprint);
+    if (orvls_n1rty(0) >= 4)
+        return;
+    if (!(k.ido == 3 && k.nrow == 0)) {
+        if (k.ido < 2) {
+            if (!start_sequence(k))
+                return;
+        } else {
+            ++k.state->call_counter;
+        }
+        if (k.ido != 2) {
+            check_confidences(k);
+            if (orvls_n1rty(0) > 0)
+                return;
+        }
+        if (!(k.listwise() ? take_rows_listwise(k) : take_rows_elementwise(k)))
+            return;
+    }
+    if (k.ido == 0 || k.ido == 3)
+        summarise(k);
+}
+
+}  // namespace
+
+template <class Real>
+void l_u2sta(int64_t ido, int64_t nrow, int64_t nvar, const Real* x, int64_t ldx, int64_t ifrq, int64_t iwt,
+             int64_t mopt, Real conprm, Real conprv, int64_t iprint, Real* stat, int64_t ldstat, int64_t* nrmiss,
+             Real* first_values, UpdateState<Real>* update_state)
+{
+    orvls_e1psh("l_u2sta");
+    const int64_t skipped_low = std::min(ifrq, iwt) > 0 ? std::min(ifrq, iwt) - 1 : std::max(ifrq, iwt) - 1;
+    const int64_t skipped_high = ifrq > 0 && iwt > 0 && ifrq != iwt ? std::max(ifrq, iwt) - 1 : -1;
+    KernelCall<Real> k{ido,    nrow,   nvar,   x,      ldx,          ifrq,         iwt,         mopt,
+                       conprm, conprv, stat,   ldstat, nrmiss, first_values, update_state, skipped_low,
+                       skipped_high};
+    run_kernel(k, iprint);
+    orvls_e1pop("l_u2sta");
+}
+
+template void l_u2sta<float>(int64_t, int64_t, int64_t, const float*, int64_t, int64_t, int64_t, int64_t, float,
+                             float, int64_t, float*, int64_t, int64_t*, float*, UpdateState<float>*);
+template void l_u2sta<double>(int64_t, int64_t, int64_t, const double*, int64_t, int64_t, int64_t, int64_t, double,
+                              double, int64_t, double*, int64_t, int64_t*, double*, UpdateState<double>*);
+
+}  // namespace orvls::basic
