@@ -43,11 +43,12 @@ void transpose_square_in_place(int64_t n, T* a)
     }
 }
 
-// In place without extra memory: the element at position p moves to
-// p * rows mod (rows * columns - 1).  Each cycle is moved once, from its
-// smallest position.
+// Transposes in place a rows x columns row-major matrix whose elements are
+// runs of `run` values, by following the cycles of the permutation: the
+// element at position p moves to p * rows mod (rows * columns - 1).  Each
+// cycle is moved once, from its smallest position; `carry` holds one run.
 template <class T>
-void transpose_by_cycles(int64_t rows, int64_t columns, T* a)
+void transpose_runs_by_cycles(int64_t rows, int64_t columns, T* a, int64_t run, T* carry)
 {
     const int64_t last = rows * columns - 1;
     auto target = [&](int64_t p) { return static_cast<int64_t>((static_cast<__int128>(p) * rows) % last); };
@@ -57,14 +58,93 @@ void transpose_by_cycles(int64_t rows, int64_t columns, T* a)
             p = target(p);
         if (p < start)
             continue;  // this cycle was moved from a smaller position
-        T carried = a[start];
+        std::copy_n(a + start * run, run, carry);
         p = start;
         do {
-            const int64_t next = target(p);
-            std::swap(carried, a[next]);
-            p = next;
+            p = target(p);
+            std::swap_ranges(carry, carry + run, a + p * run);
         } while (p != start);
     }
+}
+
+// Rows per block of a tall matrix with `columns` columns: a block fits in
+// cache.  A divisor of `rows` near that size is preferred, so that no rows
+// are left over.
+int64_t block_rows(int64_t rows, int64_t columns)
+{
+    constexpr int64_t kBlockElements = 16384;
+    const int64_t size = std::clamp<int64_t>(kBlockElements / columns, 1, rows);
+    for (int64_t d = size; d > size / 2; --d)
+        if (rows % d == 0)
+            return d;
+    return size;
+}
+
+// A matrix with one short side is transposed in place through blocks, with
+// memory for one block only: tall is rows x short row-major, wide is its
+// transpose.  From tall to wide: each block of rows is transposed in cache
+// into `short` runs, the runs are put in order by following cycles, and rows
+// left over beyond the last whole block are put at the ends of the columns.
+// From wide to tall the same steps run backwards.
+template <class T>
+bool transpose_through_blocks(int64_t rows, int64_t short_side, T* a, bool to_wide)
+{
+    const int64_t run = block_rows(rows, short_side);
+    const int64_t blocks = rows / run;
+    const int64_t full = blocks * run;
+    const int64_t left = rows - full;
+    WorkArray<T> work(static_cast<std::size_t>((run + left) * short_side));
+    if (!work.ok())
+        return false;
+    T* block = work.get();
+    T* left_rows = block + run * short_side;
+    const std::size_t column_bytes = static_cast<std::size_t>(full) * sizeof(T);
+    auto transpose_blocks = [&](int64_t from_rows, int64_t from_columns) {
+        for (int64_t b = 0; b < blocks; ++b) {
+            T* p = a + b * run * short_side;
+            std::copy_n(p, run * short_side, block);
+            transpose_out_of_place(from_rows, from_columns, block, p);
+        }
+    };
+    if (to_wide) {
+        std::copy_n(a + full * short_side, left * short_side, left_rows);
+        transpose_blocks(run, short_side);
+        transpose_runs_by_cycles(blocks, short_side, a, run, block);
+        for (int64_t j = short_side - 1; j >= 1 && left > 0; --j)
+            std::memmove(a + j * rows, a + j * full, column_bytes);
+        for (int64_t j = 0; j < short_side; ++j)
+            for (int64_t t = 0; t < left; ++t)
+                a[j * rows + full + t] = left_rows[t * short_side + j];
+    } else {
+        for (int64_t j = 0; j < short_side; ++j)
+            for (int64_t t = 0; t < left; ++t)
+                left_rows[t * short_side + j] = a[j * rows + full + t];
+        for (int64_t j = 1; j < short_side && left > 0; ++j)
+            std::memmove(a + j * full, a + j * rows, column_bytes);
+        transpose_runs_by_cycles(short_side, blocks, a, run, block);
+        transpose_blocks(short_side, run);
+        std::copy_n(left_rows, left * short_side, a + full * short_side);
+    }
+    return true;
+}
+
+// In place, with a work array: a block's worth when one side is short,
+// else the whole matrix.  False when the memory cannot be had.
+template <class T>
+bool transpose_in_place(int64_t rows, int64_t columns, T* a)
+{
+    constexpr int64_t kShortSide = 256;
+    if (columns <= kShortSide && columns < rows)
+        return transpose_through_blocks(rows, columns, a, true);
+    if (rows <= kShortSide && rows < columns)
+        return transpose_through_blocks(columns, rows, a, false);
+    const auto count = static_cast<std::size_t>(rows * columns);
+    WorkArray<T> work(count);
+    if (!work.ok())
+        return false;
+    transpose_out_of_place(rows, columns, a, work.get());
+    std::copy_n(work.get(), count, a);
+    return true;
 }
 
 template <class T>
@@ -87,11 +167,9 @@ void m1ran(int64_t rows, int64_t columns, T* a, T* b)
             transpose_square_in_place(rows, b);
         } else if (a != b) {
             transpose_out_of_place(rows, columns, a, b);
-        } else if (WorkArray<T> work(count); work.ok()) {
-            transpose_out_of_place(rows, columns, a, work.get());
-            std::memcpy(b, work.get(), count * sizeof(T));
-        } else {
-            transpose_by_cycles(rows, columns, b);
+        } else if (!transpose_in_place(rows, columns, b)) {
+            T carry;
+            transpose_runs_by_cycles(rows, columns, b, 1, &carry);
         }
     }
     orvls_e1pop("M1RAN_F");

@@ -110,7 +110,9 @@ TEST(Transpose, AllShapesInPlaceAndOutOfPlace)
 {
     const std::vector<std::pair<int64_t, int64_t>> shapes = {{1, 1},  {1, 7},   {7, 1},   {2, 3},   {3, 2},
                                                              {5, 5},  {33, 33}, {64, 3},  {3, 100}, {37, 41},
-                                                             {100, 7}, {1000, 10}};
+                                                             {100, 7}, {1000, 10}, {100003, 3}, {3, 100003},
+                                                             {65536, 10}, {10, 65536}, {20011, 7}, {7, 20011},
+                                                             {600, 257}, {257, 600}, {5000, 64}};
     for (auto [rows, columns] : shapes) {
         std::vector<double> a(rows * columns);
         std::iota(a.begin(), a.end(), 1.0);
