@@ -83,6 +83,21 @@ TEST(Envelope, AnInvalidAccessComesBackAsATerminalError)
     EXPECT_EQ(after.sa_handler, before.sa_handler);
 }
 
+TEST(Envelope, AnInvalidInstructionComesBackAsATerminalError)
+{
+    ErrorCapture capture;
+    static std::vector<Outcome> seen;
+    seen.clear();
+    Trapping on;
+    orvls_set_at_checksum([](int64_t type, int64_t code, const char*) { seen.push_back({type, code}); });
+    EXPECT_EQ(envelope<int>("orvls_test_illegal", -1, [] { return raise(SIGILL); }), -1);
+    EXPECT_EQ(last_outcome(), (Outcome{5, 102}));
+    EXPECT_EQ(envelope<int>("orvls_test_after", -1, [] { return 8; }), 8);
+    orvls_set_at_checksum(nullptr);
+    EXPECT_EQ(seen, (std::vector<Outcome>{{5, 504}, {5, 102}, {5, 102}, {0, 0}}));
+    EXPECT_EQ(orvls::orvls_error_block()->int_param[0], SIGILL);
+}
+
 // Nested guarded calls deeper than the saved contexts run unguarded.
 int nest(int depth)
 {
