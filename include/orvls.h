@@ -558,6 +558,47 @@ ORVLS_API void orvls_random_MT64_init(int64_t key_length, const uint64_t *key);
 /* END RANDOM */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN DISTRIBUTIONS */
+/* Continuous distribution functions and their inverses.  Scalar, no option
+ * list; NaN on failure, with the error on the stack.  Arguments at or beyond
+ * the edge of the support give the edge value with a note; inverses that are
+ * infinite give +infinity with a fatal error. */
+/* The standard normal: P(X <= x), and the x with P(X <= x) = p, 0 < p < 1. */
+ORVLS_API float orvls_f_normal_cdf(float x);
+ORVLS_API double orvls_d_normal_cdf(double x);
+ORVLS_API float orvls_f_normal_inverse_cdf(float p);
+ORVLS_API double orvls_d_normal_inverse_cdf(double p);
+/* P(X <= x, Y <= y) for standard normals with correlation rho, |rho| <= 1. */
+ORVLS_API float orvls_f_bivariate_normal_cdf(float x, float y, float rho);
+ORVLS_API double orvls_d_bivariate_normal_cdf(double x, double y, double rho);
+/* Student's t with df >= 1 degrees of freedom (not necessarily whole). */
+ORVLS_API float orvls_f_t_cdf(float t, float df);
+ORVLS_API double orvls_d_t_cdf(double t, double df);
+ORVLS_API float orvls_f_t_inverse(float p, float df);
+ORVLS_API double orvls_d_t_inverse(double p, double df);
+/* Chi-squared with df >= 0.5 degrees of freedom. */
+ORVLS_API float orvls_f_chi_squared_cdf(float chi_squared, float df);
+ORVLS_API double orvls_d_chi_squared_cdf(double chi_squared, double df);
+ORVLS_API float orvls_f_chi_squared_inverse_cdf(float p, float df);
+ORVLS_API double orvls_d_chi_squared_inverse_cdf(double p, double df);
+/* F with positive numerator and denominator degrees of freedom. */
+ORVLS_API float orvls_f_F_cdf(float f, float df_numerator, float df_denominator);
+ORVLS_API double orvls_d_F_cdf(double f, double df_numerator, double df_denominator);
+ORVLS_API float orvls_f_F_inverse_cdf(float p, float df_numerator, float df_denominator);
+ORVLS_API double orvls_d_F_inverse_cdf(double p, double df_numerator, double df_denominator);
+/* Gamma with shape a > 0 and unit scale. */
+ORVLS_API float orvls_f_gamma_cdf(float x, float a);
+ORVLS_API double orvls_d_gamma_cdf(double x, double a);
+ORVLS_API float orvls_f_gamma_inverse_cdf(float p, float a);
+ORVLS_API double orvls_d_gamma_inverse_cdf(double p, double a);
+/* Beta with shapes pin > 0 and qin > 0. */
+ORVLS_API float orvls_f_beta_cdf(float x, float pin, float qin);
+ORVLS_API double orvls_d_beta_cdf(double x, double pin, double qin);
+ORVLS_API float orvls_f_beta_inverse_cdf(float p, float pin, float qin);
+ORVLS_API double orvls_d_beta_inverse_cdf(double p, double pin, double qin);
+/* END DISTRIBUTIONS */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN KERNELS */
 /* Vector and matrix kernels.  Vectors are a length, a first element and a
  * stride in elements; matrices are column-major with a leading dimension.
