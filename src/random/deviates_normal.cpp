@@ -82,7 +82,10 @@ bool composition_deviate(Real& result)
         Real v;
         if (!draw_uniform(v))
             return false;
-        result = (Real(1.13113163544418) * v + u - 1) * Real(kHalfWidth);
+        // 1.13113163544418 u is uniform on (0, 1) here, so the sum with v
+        // minus 1 has the triangular density on (-1, 1) that the centre
+        // needs (the factor belongs on u, not on v).
+        result = (Real(1.13113163544418) * u + v - 1) * Real(kHalfWidth);
         return true;
     }
     if (u >= Real(0.973310954173898))
