@@ -599,7 +599,8 @@ ORVLS_API double *orvls_d_random_normal(int64_t n_random, ...);
 /* Gamma deviates of shape a, unit scale.  a = 1 takes one uniform a
  * deviate; a = 1/2 halves squared normal deviates of orvls_d_random_normal;
  * a < 1: Ahrens and Dieter's method; a > 1: Schmeiser and Lal's.  11036:
- * a not above 0 (real 1); 11037: the envelope overflows. */
+ * a not above 0 (real 1); 11037: the envelope overflows, or its points
+ * merge for shapes so large that a +- sqrt(a) round to a. */
 ORVLS_API float *orvls_f_random_gamma(int64_t n_random, float a, ...);
 ORVLS_API double *orvls_d_random_gamma(int64_t n_random, double a, ...);
 /* Beta deviates with shapes pin and qin: Johnk's method when both are below

@@ -69,6 +69,13 @@ public:
         p_[8] = p_[7] + (f3_ - f4_) * (x4_ - x3_) / 2;
         p_[9] = p_[8] - f1_ / lambda1_;
         p_[10] = p_[9] + f4_ / lambda2_;
+        // For shapes so large that m +- sqrt(m) round to m, the envelope's
+        // points merge and it cannot be formed.
+        const bool left_ordered = f2_ == 0 || (x1_ < x2_ && x2_ < m_);
+        if (!overflow_ && !(left_ordered && m_ < x3_ && x3_ < x4_ && std::isfinite(p_[10]))) {
+            orvls_ermes(5, 11037);
+            overflow_ = true;
+        }
     }
 
     // False when the envelope could not be formed (11037 raised).

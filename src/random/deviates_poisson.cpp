@@ -136,25 +136,21 @@ void l_rnpoi(int64_t n_random, float theta, int64_t* r)
 
 namespace {
 
-// The number of failures before the r-th success, success probability p:
-// a Poisson deviate whose mean is a gamma deviate of shape r and scale
-// (1 - p)/p.
+// The number of failures before the rn-th success, success probability p:
+// a Poisson deviate whose mean is a gamma deviate of shape rn and scale
+// (1 - p)/p, drawn one after the other for each deviate.
 template <class Real>
 void neg_binomial_fill(int64_t n, Real rn, Real p, int64_t* r)
 {
     if (!check_positive(rn, "rn") || !check_open_probability(p, "p"))
         return;
-    WorkArray<Real> means(static_cast<std::size_t>(n));
-    if (!means.ok()) {
-        orvls_ermes(5, 200);
-        return;
-    }
-    l_rngam(n, rn, means.get());
-    if (orvls_n1rty(0) > 3)
-        return;
     const Real scale = (1 - p) / p;
     for (int64_t i = 0; i < n; ++i) {
-        const float theta = static_cast<float>(means[i] * scale);
+        Real mean;
+        l_rngam(1, rn, &mean);
+        if (orvls_n1rty(0) > 3)
+            return;
+        const float theta = static_cast<float>(mean * scale);
         r[i] = 0;
         if (theta > 0)
             l_rnpoi(1, theta, &r[i]);
