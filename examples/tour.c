@@ -93,6 +93,38 @@ static void tour_distributions(void)
            1 - orvls_d_F_cdf(3.1, 3, 20));
 }
 
+/* Random samples: a seeded normal sample with its mean and standard
+ * deviation, and a few Poisson and binomial draws. */
+static void tour_sampling(void)
+{
+    double sample[1000], sum = 0, squares = 0, mean, variance, deviation;
+    int64_t poisson[5], binomial[5];
+    int i;
+    orvls_random_option(1);
+    orvls_random_seed_set(123457);
+    orvls_d_random_normal(1000, ORVLS_MEAN, 50.0, ORVLS_VARIANCE, 4.0, ORVLS_RETURN_USER, sample, 0);
+    for (i = 0; i < 1000; ++i)
+        sum += sample[i];
+    mean = sum / 1000;
+    for (i = 0; i < 1000; ++i)
+        squares += (sample[i] - mean) * (sample[i] - mean);
+    variance = squares / 999;
+    deviation = variance; /* Newton's square root: the tour links no maths library */
+    for (i = 0; i < 60; ++i)
+        deviation = (deviation + variance / deviation) / 2;
+    orvls_random_poisson(5, 4.0f, ORVLS_RETURN_USER, poisson, 0);
+    orvls_d_random_binomial(5, 20, 0.3, ORVLS_RETURN_USER, binomial, 0);
+    printf("\n== Random samples ==\n");
+    printf("normal(50, 4), n = 1000: mean %.4f, standard deviation %.4f\n", mean, deviation);
+    printf("poisson(4):");
+    for (i = 0; i < 5; ++i)
+        printf(" %lld", (long long)poisson[i]);
+    printf("\nbinomial(20, 0.3):");
+    for (i = 0; i < 5; ++i)
+        printf(" %lld", (long long)binomial[i]);
+    printf("\n");
+}
+
 int main(void)
 {
     printf("orvls tour\n");
@@ -103,5 +135,6 @@ int main(void)
     tour_special();
     tour_random();
     tour_distributions();
+    tour_sampling();
     return 0;
 }
