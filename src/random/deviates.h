@@ -6,7 +6,6 @@
 #include <cstdarg>
 #include <cmath>
 #include <cstdint>
-#include <type_traits>
 
 #include "frame/checks.h"
 #include "frame/envelope.h"
@@ -15,6 +14,7 @@
 #include "orvls.h"
 #include "random/result_array.h"
 #include "random/uniform.h"
+#include "special/common.h"
 
 namespace orvls {
 
@@ -60,11 +60,8 @@ inline Real relative_spacing()
     return machine_table<Real>(4);
 }
 
-template <class Real>
-constexpr const char* precision_name(const char* float_name, const char* double_name)
-{
-    return std::is_same_v<Real, float> ? float_name : double_name;
-}
+// The public name of a routine's float or double form.
+using special::public_name;
 
 // ---- Refusals ----------------------------------------------------------------
 
@@ -254,6 +251,9 @@ void l_rngam(int64_t n, Real a, Real* r);
 // Beta deviates (11033, 11034 for a parameter <= 0; 11035 on underflow).
 template <class Real>
 void l_rnbet(int64_t n, Real pin, Real qin, Real* r);
+// Logarithmic deviates (20570 for a outside (0, 1)).
+template <class Real>
+void l_rnlgr(int64_t n, Real a, int64_t* r);
 // Binomial deviates; p outside (0,1) raises 120, n below 1 raises 603.
 template <class Real>
 void l_rnbin(int64_t n_random, int64_t n, Real p, int64_t* r);

@@ -189,7 +189,7 @@ namespace {
 template <class Real>
 Real* beta_entry(int64_t n_random, Real pin, Real qin, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_beta", "orvls_d_random_beta"), n_random, ap, 3,
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_beta", "orvls_d_random_beta"), n_random, ap, 3,
                                  [&](int64_t n, Real* r) { l_rnbet(n, pin, qin, r); });
 }
 

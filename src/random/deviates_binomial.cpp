@@ -151,7 +151,7 @@ namespace {
 template <class Real>
 int64_t* binomial_entry(int64_t n_random, int64_t n, Real p, va_list ap)
 {
-    return deviate_routine<int64_t>(precision_name<Real>("orvls_f_random_binomial", "orvls_d_random_binomial"),
+    return deviate_routine<int64_t>(public_name<Real>("orvls_f_random_binomial", "orvls_d_random_binomial"),
                                     n_random, ap, 3, [&](int64_t count, int64_t* r) { l_rnbin(count, n, p, r); });
 }
 

@@ -186,42 +186,42 @@ void stable_fill(int64_t n, Real alpha, Real beta, Real* r)
 template <class Real>
 Real* cauchy_entry(int64_t n_random, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_cauchy", "orvls_d_random_cauchy"), n_random, ap,
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_cauchy", "orvls_d_random_cauchy"), n_random, ap,
                                  1, [&](int64_t n, Real* r) { cauchy_fill(n, r); });
 }
 
 template <class Real>
 Real* triangular_entry(int64_t n_random, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_triangular", "orvls_d_random_triangular"),
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_triangular", "orvls_d_random_triangular"),
                                  n_random, ap, 1, [&](int64_t n, Real* r) { triangular_fill(n, r); });
 }
 
 template <class Real>
 Real* weibull_entry(int64_t n_random, Real a, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_weibull", "orvls_d_random_weibull"), n_random,
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_weibull", "orvls_d_random_weibull"), n_random,
                                  ap, 2, [&](int64_t n, Real* r) { weibull_fill(n, a, r); });
 }
 
 template <class Real>
 Real* von_mises_entry(int64_t n_random, Real c, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_von_mises", "orvls_d_random_von_mises"),
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_von_mises", "orvls_d_random_von_mises"),
                                  n_random, ap, 2, [&](int64_t n, Real* r) { von_mises_fill(n, c, r); });
 }
 
 template <class Real>
 Real* student_t_entry(int64_t n_random, Real df, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_student_t", "orvls_d_random_student_t"),
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_student_t", "orvls_d_random_student_t"),
                                  n_random, ap, 2, [&](int64_t n, Real* r) { student_t_fill(n, df, r); });
 }
 
 template <class Real>
 Real* stable_entry(int64_t n_random, Real alpha, Real beta, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_stable", "orvls_d_random_stable"), n_random, ap,
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_stable", "orvls_d_random_stable"), n_random, ap,
                                  3, [&](int64_t n, Real* r) { stable_fill(n, alpha, beta, r); });
 }
 

@@ -193,14 +193,14 @@ void hypergeometric_fill(int64_t n, int64_t sample, int64_t defectives, int64_t 
 template <class Real>
 int64_t* geometric_entry(int64_t n_random, Real p, va_list ap)
 {
-    return deviate_routine<int64_t>(precision_name<Real>("orvls_f_random_geometric", "orvls_d_random_geometric"),
+    return deviate_routine<int64_t>(public_name<Real>("orvls_f_random_geometric", "orvls_d_random_geometric"),
                                     n_random, ap, 2, [&](int64_t n, int64_t* r) { geometric_fill(n, p, r); });
 }
 
 template <class Real>
 int64_t* logarithmic_entry(int64_t n_random, Real a, va_list ap)
 {
-    return deviate_routine<int64_t>(precision_name<Real>("orvls_f_random_logarithmic", "orvls_d_random_logarithmic"),
+    return deviate_routine<int64_t>(public_name<Real>("orvls_f_random_logarithmic", "orvls_d_random_logarithmic"),
                                     n_random, ap, 2, [&](int64_t n, int64_t* r) { l_rnlgr(n, a, r); });
 }
 
@@ -208,7 +208,7 @@ template <class Real>
 int64_t* uniform_discrete_entry(int64_t n_random, int64_t k, va_list ap)
 {
     return deviate_routine<int64_t>(
-        precision_name<Real>("orvls_f_random_uniform_discrete", "orvls_d_random_uniform_discrete"), n_random, ap, 2,
+        public_name<Real>("orvls_f_random_uniform_discrete", "orvls_d_random_uniform_discrete"), n_random, ap, 2,
         [&](int64_t n, int64_t* r) { uniform_discrete_fill<Real>(n, k, r); });
 }
 
@@ -216,7 +216,7 @@ template <class Real>
 int64_t* hypergeometric_entry(int64_t n_random, int64_t sample, int64_t defectives, int64_t lot, va_list ap)
 {
     return deviate_routine<int64_t>(
-        precision_name<Real>("orvls_f_random_hypergeometric", "orvls_d_random_hypergeometric"), n_random, ap, 4,
+        public_name<Real>("orvls_f_random_hypergeometric", "orvls_d_random_hypergeometric"), n_random, ap, 4,
         [&](int64_t n, int64_t* r) { hypergeometric_fill<Real>(n, sample, defectives, lot, r); });
 }
 

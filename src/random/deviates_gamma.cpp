@@ -282,21 +282,21 @@ void exponential_mix_fill(int64_t n, Real theta1, Real theta2, Real p, Real* r)
 template <class Real>
 Real* gamma_entry(int64_t n_random, Real a, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_gamma", "orvls_d_random_gamma"), n_random, ap,
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_gamma", "orvls_d_random_gamma"), n_random, ap,
                                  2, [&](int64_t n, Real* r) { l_rngam(n, a, r); });
 }
 
 template <class Real>
 Real* chi_squared_entry(int64_t n_random, Real df, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_chi_squared", "orvls_d_random_chi_squared"),
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_chi_squared", "orvls_d_random_chi_squared"),
                                  n_random, ap, 2, [&](int64_t n, Real* r) { chi_squared_fill(n, df, r); });
 }
 
 template <class Real>
 Real* exponential_entry(int64_t n_random, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_exponential", "orvls_d_random_exponential"),
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_exponential", "orvls_d_random_exponential"),
                                  n_random, ap, 1, [&](int64_t n, Real* r) { exponential_fill(n, r); });
 }
 
@@ -304,7 +304,7 @@ template <class Real>
 Real* exponential_mix_entry(int64_t n_random, Real theta1, Real theta2, Real p, va_list ap)
 {
     return deviate_routine<Real>(
-        precision_name<Real>("orvls_f_random_exponential_mix", "orvls_d_random_exponential_mix"), n_random, ap, 4,
+        public_name<Real>("orvls_f_random_exponential_mix", "orvls_d_random_exponential_mix"), n_random, ap, 4,
         [&](int64_t n, Real* r) { exponential_mix_fill(n, theta1, theta2, p, r); });
 }
 

@@ -230,7 +230,7 @@ template <class Real>
 Real* discrete_table_entry(Real (*probability)(int64_t), int64_t first, int64_t n_values, va_list ap)
 {
     return array_routine<Real>(
-        precision_name<Real>("orvls_f_discrete_table_setup", "orvls_d_discrete_table_setup"), ap, 3, "n_values",
+        public_name<Real>("orvls_f_discrete_table_setup", "orvls_d_discrete_table_setup"), ap, 3, "n_values",
         n_values, 1, n_values, [&](int64_t n, Real* cumulative) {
             if (!refuse_null(reinterpret_cast<const void*>(probability), "probability"))
                 discrete_table_fill(probability, first, n, cumulative);
@@ -241,7 +241,7 @@ template <class Real>
 Real* continuous_table_entry(Real (*cdf)(Real), int64_t n_points, Real lower, Real upper, va_list ap)
 {
     return array_routine<Real>(
-        precision_name<Real>("orvls_f_continuous_table_setup", "orvls_d_continuous_table_setup"), ap, 4, "n_points",
+        public_name<Real>("orvls_f_continuous_table_setup", "orvls_d_continuous_table_setup"), ap, 4, "n_points",
         n_points, 2, 2 * n_points, [&](int64_t n, Real* table) {
             if (!refuse_null(reinterpret_cast<const void*>(cdf), "cdf"))
                 continuous_table_fill(cdf, n, lower, upper, table);
@@ -252,7 +252,7 @@ template <class Real>
 int64_t* general_discrete_entry(int64_t n_random, int64_t first, int64_t n_values, const Real* cumulative, va_list ap)
 {
     return deviate_routine<int64_t>(
-        precision_name<Real>("orvls_f_random_general_discrete", "orvls_d_random_general_discrete"), n_random, ap, 4,
+        public_name<Real>("orvls_f_random_general_discrete", "orvls_d_random_general_discrete"), n_random, ap, 4,
         [&](int64_t n, int64_t* r) { general_discrete_fill(n, first, n_values, cumulative, r); });
 }
 
@@ -260,7 +260,7 @@ template <class Real>
 Real* general_continuous_entry(int64_t n_random, int64_t n_points, const Real* table, va_list ap)
 {
     return deviate_routine<Real>(
-        precision_name<Real>("orvls_f_random_general_continuous", "orvls_d_random_general_continuous"), n_random, ap,
+        public_name<Real>("orvls_f_random_general_continuous", "orvls_d_random_general_continuous"), n_random, ap,
         3, [&](int64_t n, Real* r) { general_continuous_fill(n, n_points, table, r); });
 }
 

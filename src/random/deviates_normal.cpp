@@ -192,7 +192,7 @@ template <class Real>
 Real* random_normal_entry(int64_t n_random, va_list ap)
 {
     OptionReader options(ap, 1);
-    return envelope<Real*>(precision_name<Real>("orvls_f_random_normal", "orvls_d_random_normal"), nullptr,
+    return envelope<Real*>(public_name<Real>("orvls_f_random_normal", "orvls_d_random_normal"), nullptr,
                            [&] { return random_normal<Real>(n_random, options); });
 }
 
@@ -212,7 +212,7 @@ void lognormal_fill(int64_t n, Real location, Real scale, Real* r)
 template <class Real>
 Real* random_lognormal_entry(int64_t n_random, Real location, Real scale, va_list ap)
 {
-    return deviate_routine<Real>(precision_name<Real>("orvls_f_random_lognormal", "orvls_d_random_lognormal"),
+    return deviate_routine<Real>(public_name<Real>("orvls_f_random_lognormal", "orvls_d_random_lognormal"),
                                  n_random, ap, 3, [&](int64_t n, Real* r) { lognormal_fill(n, location, scale, r); });
 }
 

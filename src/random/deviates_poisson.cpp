@@ -169,7 +169,7 @@ template <class Real>
 int64_t* neg_binomial_entry(int64_t n_random, Real rn, Real p, va_list ap)
 {
     return deviate_routine<int64_t>(
-        precision_name<Real>("orvls_f_random_neg_binomial", "orvls_d_random_neg_binomial"), n_random, ap, 3,
+        public_name<Real>("orvls_f_random_neg_binomial", "orvls_d_random_neg_binomial"), n_random, ap, 3,
         [&](int64_t n, int64_t* r) { neg_binomial_fill(n, rn, p, r); });
 }
 
