@@ -558,6 +558,186 @@ ORVLS_API void orvls_random_MT64_init(int64_t key_length, const uint64_t *key);
 /* END RANDOM */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN DEVIATES */
+/* Univariate deviates.
+ *
+ * Every generator draws from the thread's stream (orvls_random_option,
+ * orvls_random_seed_set): the double forms through double uniforms, the
+ * float forms and the Poisson through float uniforms.  Each takes n_random
+ * and its parameters, then an option list ended by 0, and returns an array
+ * of n_random values that the caller frees, or fills the caller's array
+ * given with ORVLS_RETURN_USER and returns it.  Real parameters are of the
+ * routine's precision; integer results are int64_t.  NULL on failure.
+ *
+ * How many uniforms a deviate takes depends on its method and rejections.
+ * The binomial and Poisson setups stay with the thread while the
+ * parameters repeat, so n deviates in one call take the same uniforms as n
+ * calls of one deviate; so do the other generators except the Cauchy (which
+ * draws uniforms in batches, min(3 n, 100) at a time) and the
+ * hypergeometric by direct sampling (batches of up to 200 uniforms).
+ *
+ * Errors (type 5 unless told): 603 n_random (or n, k, n_values, n_points)
+ * too small; 11001 an unknown option code; 104 a null ORVLS_RETURN_USER
+ * array; 200 memory; 120 a real parameter out of range (text 1 its name,
+ * reals 1 and 2 the bounds, real 3 the value); the codes told with each
+ * routine. */
+
+/* Options of orvls_d_random_normal.  Reals by value are double in both
+ * precisions; the _ADR forms pass the address of a real of the routine's
+ * precision. */
+#define ORVLS_MEAN                 20410 /* the mean, added last (0) */
+#define ORVLS_MEAN_ADR             20415
+#define ORVLS_VARIANCE             20420 /* deviates scaled by its root (1) */
+#define ORVLS_VARIANCE_ADR         20425
+#define ORVLS_ACCEPT_REJECT_METHOD 20430 /* Kinderman and Ramage's method */
+
+/* Normal deviates: by default each uniform through a fast four-figure
+ * normal inverse; with ORVLS_ACCEPT_REJECT_METHOD an exact composition
+ * method.  20457: a variance not above 0 (real 1). */
+ORVLS_API float *orvls_f_random_normal(int64_t n_random, ...);
+ORVLS_API double *orvls_d_random_normal(int64_t n_random, ...);
+/* Gamma deviates of shape a, unit scale.  a = 1 takes one uniform a
+ * deviate; a = 1/2 halves squared normal deviates of orvls_d_random_normal;
+ * a < 1: Ahrens and Dieter's method; a > 1: Schmeiser and Lal's.  11036:
+ * a not above 0 (real 1); 11037: the envelope overflows, or its points
+ * merge for shapes so large that a +- sqrt(a) round to a. */
+ORVLS_API float *orvls_f_random_gamma(int64_t n_random, float a, ...);
+ORVLS_API double *orvls_d_random_gamma(int64_t n_random, double a, ...);
+/* Beta deviates with shapes pin and qin: Johnk's method when both are below
+ * 1, inversion when one is 1, a two-part envelope when they lie on either
+ * side of 1, Cheng's method when both exceed 1.  11033, 11034: pin, qin not
+ * above 0 (real 1); 11035: a deviate of Johnk's method underflows to 0 or 1. */
+ORVLS_API float *orvls_f_random_beta(int64_t n_random, float pin, float qin, ...);
+ORVLS_API double *orvls_d_random_beta(int64_t n_random, double pin, double qin, ...);
+/* Binomial deviates, n trials of probability p: inversion when
+ * n min(p, 1 - p) <= 10, else the triangle-parallelogram-exponential
+ * method.  603: n below 1; 120: p outside (0, 1). */
+ORVLS_API int64_t *orvls_f_random_binomial(int64_t n_random, int64_t n, float p, ...);
+ORVLS_API int64_t *orvls_d_random_binomial(int64_t n_random, int64_t n, double p, ...);
+/* Poisson deviates of mean theta, in float arithmetic: inversion below 15,
+ * else the triangle-parallelogram-exponential method.  11032: theta not
+ * above 0 (float real 1). */
+ORVLS_API int64_t *orvls_random_poisson(int64_t n_random, float theta, ...);
+/* The number of defectives in a sample drawn without replacement from a lot
+ * holding `defectives` of them: inversion from the lowest possible value,
+ * or item-by-item sampling when its probability lies within eps of 0 or 1.
+ * 65005: sample_size outside 1..lot_size or defectives outside
+ * 0..lot_size (integers 1 to 3: the parameters); 65006: the probability of
+ * the lowest value underflows (real 1). */
+ORVLS_API int64_t *orvls_f_random_hypergeometric(int64_t n_random, int64_t sample_size, int64_t defectives,
+                                                 int64_t lot_size, ...);
+ORVLS_API int64_t *orvls_d_random_hypergeometric(int64_t n_random, int64_t sample_size, int64_t defectives,
+                                                 int64_t lot_size, ...);
+/* Chi-squared deviates: -2 log of a product of df/2 uniforms for even
+ * integer df up to 16, else twice a gamma deviate of shape df/2.  120: df
+ * not above 0. */
+ORVLS_API float *orvls_f_random_chi_squared(int64_t n_random, float df, ...);
+ORVLS_API double *orvls_d_random_chi_squared(int64_t n_random, double df, ...);
+/* Student's t deviates, any df > 0, by Bailey's polar method: two uniforms
+ * a trial, a trial accepted with probability pi/4.  120: df not above 0. */
+ORVLS_API float *orvls_f_random_student_t(int64_t n_random, float df, ...);
+ORVLS_API double *orvls_d_random_student_t(int64_t n_random, double df, ...);
+/* Exponential deviates of mean 1: -log u. */
+ORVLS_API float *orvls_f_random_exponential(int64_t n_random, ...);
+ORVLS_API double *orvls_d_random_exponential(int64_t n_random, ...);
+/* The mixture p Exp(mean theta1) + (1 - p) Exp(mean theta2), one uniform a
+ * deviate (it picks the component and serves the exponential).  120:
+ * theta1 or theta2 not above 0, p outside [0, 1]. */
+ORVLS_API float *orvls_f_random_exponential_mix(int64_t n_random, float theta1, float theta2, float p, ...);
+ORVLS_API double *orvls_d_random_exponential_mix(int64_t n_random, double theta1, double theta2, double p, ...);
+/* Geometric deviates: the trial of the first success, 1, 2, ...  20662: p
+ * outside (0, 1) (real 1). */
+ORVLS_API int64_t *orvls_f_random_geometric(int64_t n_random, float p, ...);
+ORVLS_API int64_t *orvls_d_random_geometric(int64_t n_random, double p, ...);
+/* Logarithmic deviates, P(x) = -a^x/(x log(1 - a)), x = 1, 2, ...  20570: a
+ * outside (0, 1) (real 1). */
+ORVLS_API int64_t *orvls_f_random_logarithmic(int64_t n_random, float a, ...);
+ORVLS_API int64_t *orvls_d_random_logarithmic(int64_t n_random, double a, ...);
+/* Negative binomial deviates: failures before the rn-th success of
+ * probability p (rn > 0 need not be whole), as Poisson deviates of gamma
+ * means.  120: rn not above 0 or p outside (0, 1). */
+ORVLS_API int64_t *orvls_f_random_neg_binomial(int64_t n_random, float rn, float p, ...);
+ORVLS_API int64_t *orvls_d_random_neg_binomial(int64_t n_random, double rn, double p, ...);
+/* Lognormal deviates exp(scale z + location), z standard normal (by the
+ * composition method).  20664: scale not above 0 (real 1). */
+ORVLS_API float *orvls_f_random_lognormal(int64_t n_random, float location, float scale, ...);
+ORVLS_API double *orvls_d_random_lognormal(int64_t n_random, double location, double scale, ...);
+/* Standard Cauchy deviates. */
+ORVLS_API float *orvls_f_random_cauchy(int64_t n_random, ...);
+ORVLS_API double *orvls_d_random_cauchy(int64_t n_random, ...);
+/* Triangular deviates on (0, 1), mode 1/2. */
+ORVLS_API float *orvls_f_random_triangular(int64_t n_random, ...);
+ORVLS_API double *orvls_d_random_triangular(int64_t n_random, ...);
+/* Discrete uniform deviates on 1..k.  603: k below 1. */
+ORVLS_API int64_t *orvls_f_random_uniform_discrete(int64_t n_random, int64_t k, ...);
+ORVLS_API int64_t *orvls_d_random_uniform_discrete(int64_t n_random, int64_t k, ...);
+/* Von Mises deviates on (-pi, pi) with concentration c, by Best and
+ * Fisher's method.  20572: c below sqrt(eps)/2 (real 1). */
+ORVLS_API float *orvls_f_random_von_mises(int64_t n_random, float c, ...);
+ORVLS_API double *orvls_d_random_von_mises(int64_t n_random, double c, ...);
+/* Weibull deviates (-log u)^(1/a).  120: a not above 0; warning 20571 (type
+ * 3) when deviates were held at the smallest or largest normal real. */
+ORVLS_API float *orvls_f_random_weibull(int64_t n_random, float a, ...);
+ORVLS_API double *orvls_d_random_weibull(int64_t n_random, double a, ...);
+/* Stable deviates of index alpha in (0, 2] and skewness beta in [-1, 1],
+ * unit scale, centre 0, by the method of Chambers, Mallows and Stuck (two
+ * uniforms a deviate).  The characteristic function is
+ *   exp(-|t|^alpha (1 - i beta sign(t) tan(pi alpha / 2)))   alpha != 1,
+ *   exp(-|t| (1 + i beta (2 / pi) sign(t) log|t|))           alpha = 1:
+ * alpha = 2 is the normal of variance 2, (1, 0) the Cauchy, (1/2, 1) the
+ * Levy law with P(X <= x) = erfc(sqrt(1 / (2x))).  120: alpha or beta out
+ * of range. */
+ORVLS_API float *orvls_f_random_stable(int64_t n_random, float alpha, float beta, ...);
+ORVLS_API double *orvls_d_random_stable(int64_t n_random, double alpha, double beta, ...);
+
+/* General discrete laws on first, first + 1, ..., first + n_values - 1.
+ * orvls_d_discrete_table_setup evaluates probability(x) at each value
+ * (weights need not sum to 1) and returns the n_values cumulative
+ * probabilities, normalised to end at 1.  orvls_d_random_general_discrete
+ * inverts such a table: one uniform a deviate, a binary search.
+ * 65121: a negative or non-finite weight, or a decreasing table (integer 1
+ * = the one-based place, real 1 = the value); 65122: weights summing to 0,
+ * or a table not ending at 1; 150: a null function or table. */
+ORVLS_API float *orvls_f_discrete_table_setup(float (*probability)(int64_t x), int64_t first, int64_t n_values, ...);
+ORVLS_API double *orvls_d_discrete_table_setup(double (*probability)(int64_t x), int64_t first, int64_t n_values,
+                                               ...);
+ORVLS_API int64_t *orvls_f_random_general_discrete(int64_t n_random, int64_t first, int64_t n_values,
+                                                   const float *cumulative, ...);
+ORVLS_API int64_t *orvls_d_random_general_discrete(int64_t n_random, int64_t first, int64_t n_values,
+                                                   const double *cumulative, ...);
+/* General continuous laws from a table of n_points rows (x, F(x)), x
+ * increasing, F not decreasing from 0 to 1; between rows F is taken as
+ * linear, so the deviates follow a density that is constant between rows.
+ * orvls_d_continuous_table_setup builds the table on [lower, upper] from
+ * the caller's distribution function cdf, rescaled to run from 0 to 1 on
+ * the range (the law is truncated there): it splits the interval whose
+ * midpoint the straight line misses most until the n_points are placed.
+ * Warning 65128 (type 3; real 1 = the largest miss) when some midpoint is
+ * still missed by more than 1e-4, or the range leaves out more than 1e-4 of
+ * probability: more points or a wider range are needed.
+ * orvls_d_random_general_continuous: one uniform a deviate, inverted by a
+ * binary search and linear interpolation.  603: n_points below 2; 65120:
+ * abscissae not increasing (lower not below upper); 65121: F decreasing;
+ * 65122: F not running from 0 to 1 (integer 1 = the one-based row, real 1 =
+ * the value); 150: a null function or table. */
+ORVLS_API float *orvls_f_continuous_table_setup(float (*cdf)(float x), int64_t n_points, float lower, float upper,
+                                                ...);
+ORVLS_API double *orvls_d_continuous_table_setup(double (*cdf)(double x), int64_t n_points, double lower,
+                                                 double upper, ...);
+ORVLS_API float *orvls_f_random_general_continuous(int64_t n_random, int64_t n_points, const float *table, ...);
+ORVLS_API double *orvls_d_random_general_continuous(int64_t n_random, int64_t n_points, const double *table, ...);
+
+/* n_indices distinct indices from 1..n_population, each subset equally
+ * likely, in increasing order, by Floyd's algorithm: exactly n_indices
+ * double uniforms of the stream, memory in proportion to n_indices.  An
+ * index is 1 + trunc(u j) for a population of j, so populations beyond the
+ * stream's resolution (2^31 for the congruential generators) reach only
+ * some of their members.  603: n_population below 1; 602: n_indices
+ * outside 1..n_population. */
+ORVLS_API int64_t *orvls_random_sample_indices(int64_t n_indices, int64_t n_population, ...);
+/* END DEVIATES */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN DISTRIBUTIONS */
 /* Continuous distribution functions and their inverses.  Scalar, no option
  * list; NaN on failure, with the error on the stack.  Arguments at or beyond
