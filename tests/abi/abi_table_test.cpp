@@ -76,38 +76,16 @@ bool starts_with(const std::string& s, const std::string& prefix) {
 
 // Numbers that callers already hold, with the names they belong to.
 const std::map<std::string, int> fixed_numbers = {
-    {"orvls_c_neg", 20000},
-    {"orvls_z_neg", 20001},
-    {"orvls_c_div", 20008},
-    {"orvls_z_div", 20009},
-    {"orvls_i_min", 20138},
-    {"orvls_f_min", 20139},
-    {"orvls_d_min", 20140},
-    {"orvls_i_max", 20143},
-    {"orvls_f_max", 20144},
-    {"orvls_d_max", 20145},
-    {"orvls_f_integer_power", 20149},
-    {"orvls_d_integer_power", 20150},
-    {"orvls_f_power", 20151},
-    {"orvls_d_power", 20152},
-    {"orvls_i_write_matrix", 20197},
-    {"orvls_f_write_matrix", 20198},
-    {"orvls_d_write_matrix", 20199},
-    {"orvls_page", 20200},
-    {"orvls_write_options", 20201},
-    {"orvls_f_simple_statistics", 20206},
-    {"orvls_d_simple_statistics", 20207},
-    {"orvls_ctime", 20226},
-    {"orvls_error_code", 20227},
-    {"orvls_error_options", 20228},
-    {"orvls_i_machine", 20229},
-    {"orvls_f_machine", 20230},
-    {"orvls_d_machine", 20231},
-    {"orvls_f_constant", 20232},
-    {"orvls_d_constant", 20233},
-    {"orvls_version", 20234},
-    {"orvls_f_kalman", 20455},
-    {"orvls_d_kalman", 20456},
+    {"orvls_c_neg", 20000}, {"orvls_z_neg", 20001}, {"orvls_c_div", 20008}, {"orvls_z_div", 20009},
+    {"orvls_i_min", 20138}, {"orvls_f_min", 20139}, {"orvls_d_min", 20140}, {"orvls_i_max", 20143},
+    {"orvls_f_max", 20144}, {"orvls_d_max", 20145}, {"orvls_f_integer_power", 20149},
+    {"orvls_d_integer_power", 20150}, {"orvls_f_power", 20151}, {"orvls_d_power", 20152},
+    {"orvls_i_write_matrix", 20197}, {"orvls_f_write_matrix", 20198}, {"orvls_d_write_matrix", 20199},
+    {"orvls_page", 20200}, {"orvls_write_options", 20201}, {"orvls_f_simple_statistics", 20206},
+    {"orvls_d_simple_statistics", 20207}, {"orvls_ctime", 20226}, {"orvls_error_code", 20227},
+    {"orvls_error_options", 20228}, {"orvls_i_machine", 20229}, {"orvls_f_machine", 20230},
+    {"orvls_d_machine", 20231}, {"orvls_f_constant", 20232}, {"orvls_d_constant", 20233}, {"orvls_version", 20234},
+    {"orvls_f_kalman", 20455}, {"orvls_d_kalman", 20456},
 };
 
 // Exports that keep their plain names and so must never be remapped.
@@ -145,22 +123,26 @@ TEST(NumberedSymbols, BlockHoldsOnlyGroupedMacros) {
     EXPECT_GE(table().entries.size(), fixed_numbers.size());
 }
 
-TEST(NumberedSymbols, NamesAndNumbersAreUniqueAndInRange) {
+// Names and numbers are unique and in range, sorted within a group; 20000 to
+// 20035 belong to the scalar complex helpers alone, and 20582 to 20605 carry
+// no public name.
+TEST(NumberedSymbols, NumbersAreUniqueSortedAndOutsideTheReservedRanges) {
     std::set<std::string> names;
     std::set<int> numbers;
-    for (const Entry& e : table().entries) {
+    const std::vector<Entry>& entries = table().entries;
+    for (size_t i = 0; i < entries.size(); ++i) {
+        const Entry& e = entries[i];
         EXPECT_TRUE(names.insert(e.name).second) << e.name << " appears twice";
         EXPECT_TRUE(numbers.insert(e.number).second) << e.number << " is used twice";
         EXPECT_GE(e.number, lowest_number) << e.name;
         EXPECT_LE(e.number, highest_number) << e.name;
-    }
-}
-
-TEST(NumberedSymbols, GroupsAreSortedByNumber) {
-    const std::vector<Entry>& entries = table().entries;
-    for (size_t i = 1; i < entries.size(); ++i) {
-        if (entries[i].group == entries[i - 1].group) {
-            EXPECT_LT(entries[i - 1].number, entries[i].number) << entries[i].name;
+        if (i > 0 && e.group == entries[i - 1].group) {
+            EXPECT_LT(entries[i - 1].number, e.number) << e.name;
+        }
+        EXPECT_FALSE(e.number >= 20582 && e.number <= 20605) << e.name << " at " << e.number;
+        if (e.number <= 20035) {
+            EXPECT_TRUE(starts_with(e.name, "orvls_c_") || starts_with(e.name, "orvls_z_"))
+                << e.name << " at " << e.number;
         }
     }
 }
@@ -204,18 +186,6 @@ TEST(NumberedSymbols, FixedNumbersKeepTheirNames) {
 TEST(NumberedSymbols, PlainExportsAreNotNumbered) {
     const std::map<std::string, int> numbers = number_by_name();
     for (const std::string& name : plain_exports) EXPECT_EQ(numbers.count(name), 0u) << name;
-}
-
-// 20000 to 20035 belong to the scalar complex helpers alone, and 20582 to 20605
-// carry no public name.
-TEST(NumberedSymbols, ReservedNumbersStayFree) {
-    for (const Entry& e : table().entries) {
-        EXPECT_FALSE(e.number >= 20582 && e.number <= 20605) << e.name << " at " << e.number;
-        if (e.number <= 20035) {
-            EXPECT_TRUE(starts_with(e.name, "orvls_c_") || starts_with(e.name, "orvls_z_"))
-                << e.name << " at " << e.number;
-        }
-    }
 }
 
 }  // namespace

@@ -4,56 +4,20 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "catalogue.h"
+
 namespace {
 
-const std::string catalogue_path = ORVLS_SOURCE_DIR "/data/messages.txt";
 const std::string binary_dir = ORVLS_BINARY_DIR;
 
-struct CatalogueEntry {
-    unsigned code;
-    std::string name;
-    std::string text;
-};
-
-std::vector<CatalogueEntry> read_catalogue() {
-    std::ifstream in(catalogue_path);
-    std::vector<CatalogueEntry> entries;
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        const std::size_t first = line.find(' ');
-        const std::size_t second = line.find(' ', first + 1);
-        entries.push_back({static_cast<unsigned>(std::stoul(line.substr(0, first))),
-                           line.substr(first + 1, second - first - 1), line.substr(second + 1)});
-    }
-    return entries;
-}
-
-std::vector<unsigned char> read_bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-int run_compiler(const std::string& arguments) {
-    const std::string command = std::string("\"") + ORVLS_MSGC_PATH + "\" " + arguments + " 2>/dev/null";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 struct MessageFile {
-    std::vector<unsigned char> bytes;
+    std::string bytes;
     bool swapped = false;
     unsigned count = 0;
     unsigned max_text = 0;
@@ -64,14 +28,14 @@ struct MessageFile {
     std::size_t base = 0;
 };
 
-unsigned word_at(const std::vector<unsigned char>& bytes, std::size_t offset, bool swapped) {
+unsigned word_at(const std::string& bytes, std::size_t offset, bool swapped) {
     std::uint16_t word;
     std::memcpy(&word, bytes.data() + offset, sizeof word);
     return swapped ? static_cast<std::uint16_t>((word >> 8) | (word << 8)) : word;
 }
 
 void load(const std::string& path, MessageFile& file) {
-    file.bytes = read_bytes(path);
+    file.bytes = read_file(path);
     ASSERT_GE(file.bytes.size(), 14u) << path;
     const unsigned magic = word_at(file.bytes, 0, false);
     file.swapped = magic != 29432;
@@ -98,7 +62,7 @@ void read_record(const MessageFile& file, unsigned i, std::string& text, std::st
     const std::size_t offset = file.base + (std::size_t{file.blocks[i]} << file.shift);
     const std::size_t length = std::size_t{file.blocks[i + 1] - file.blocks[i] + 1} << file.shift;
     ASSERT_LE(offset + length, file.bytes.size()) << "the read of record " << i << " runs past the end";
-    const char* record = reinterpret_cast<const char*>(file.bytes.data() + offset);
+    const char* record = file.bytes.data() + offset;
     const std::size_t text_end = std::string(record, length).find('\0');
     ASSERT_NE(text_end, std::string::npos);
     const std::size_t name_end = std::string(record, length).find('\0', text_end + 1);
@@ -131,39 +95,32 @@ void expect_catalogue(const MessageFile& file) {
     EXPECT_EQ(file.max_name, longest_name);
 }
 
-TEST(MessageFile, HoldsEveryCatalogueEntry) {
-    MessageFile file;
-    ASSERT_NO_FATAL_FAILURE(load(binary_dir + "/orvls_e.bin", file));
-    EXPECT_FALSE(file.swapped);
-    expect_catalogue(file);
-}
-
-TEST(MessageFile, OtherByteOrderIsDetectedAndReadsTheSame) {
-    MessageFile native;
-    MessageFile swapped;
-    ASSERT_NO_FATAL_FAILURE(load(binary_dir + "/orvls_e.bin", native));
-    ASSERT_NO_FATAL_FAILURE(load(binary_dir + "/orvls_e_swapped.bin", swapped));
-    EXPECT_TRUE(swapped.swapped);
-    EXPECT_EQ(swapped.shift, native.shift);
-    EXPECT_EQ(swapped.blocks, native.blocks);
-    expect_catalogue(swapped);
-}
-
-TEST(MessageFile, EveryBlockShiftGivesAReadableFile) {
-    for (unsigned shift : {0u, 1u, 7u}) {
+// The files of the build in both byte orders, and compiled ones for every
+// block shift.
+TEST(MessageFile, EveryLayoutHoldsTheCatalogue) {
+    struct Layout {
+        std::string path;
+        bool swapped;
+        int shift;  // -1: the build's own choice
+    };
+    std::vector<Layout> layouts = {{binary_dir + "/orvls_e.bin", false, -1},
+                                   {binary_dir + "/orvls_e_swapped.bin", true, -1}};
+    for (int shift : {0, 1, 7})
         for (bool swap : {false, true}) {
-            SCOPED_TRACE("shift " + std::to_string(shift) + (swap ? ", swapped" : ""));
             const std::string path = binary_dir + "/test_messages_shift" + std::to_string(shift) +
                                      (swap ? "_swapped.bin" : ".bin");
-            ASSERT_EQ(run_compiler("\"" + catalogue_path + "\" \"" + path + "\" --shift " +
-                                   std::to_string(shift) + (swap ? " --swap" : "")),
-                      0);
-            MessageFile file;
-            ASSERT_NO_FATAL_FAILURE(load(path, file));
-            EXPECT_EQ(file.shift, shift);
-            EXPECT_EQ(file.swapped, swap);
-            expect_catalogue(file);
+            ASSERT_EQ(compile_messages(path, "--shift " + std::to_string(shift) + (swap ? " --swap" : "")), 0);
+            layouts.push_back({path, swap, shift});
         }
+    for (const Layout& layout : layouts) {
+        SCOPED_TRACE(layout.path);
+        MessageFile file;
+        ASSERT_NO_FATAL_FAILURE(load(layout.path, file));
+        EXPECT_EQ(file.swapped, layout.swapped);
+        if (layout.shift >= 0) {
+            EXPECT_EQ(int(file.shift), layout.shift);
+        }
+        expect_catalogue(file);
     }
 }
 
@@ -186,10 +143,10 @@ TEST(MessageCompiler, RejectsMalformedCatalogues) {
     const std::string output = binary_dir + "/test_messages_bad.bin";
     for (const auto& c : cases) {
         std::ofstream(input) << "# comment\n" << c.text;
-        EXPECT_EQ(run_compiler("\"" + input + "\" \"" + output + "\""), 1) << c.what;
+        EXPECT_EQ(compile_messages(output, "", input), 1) << c.what;
     }
     std::ofstream(input) << "65535 " << std::string(31, 'N') << " Longest name, last code.\n";
-    EXPECT_EQ(run_compiler("\"" + input + "\" \"" + output + "\""), 0);
+    EXPECT_EQ(compile_messages(output, "", input), 0);
 }
 
 TEST(MessageCatalogue, NamesAreShortUniqueAndUpperCase) {

@@ -8,19 +8,16 @@
 
 #include <cerrno>
 #include <cstring>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iostream>
-#include <iterator>
-#include <map>
 #include <regex>
 #include <set>
 #include <string>
 #include <thread>
 
 #include "capture.h"
+#include "catalogue.h"
 #include "frame/error_block.h"
 #include "frame/memory.h"
 #include "frame/message_file.h"
@@ -32,33 +29,6 @@ namespace fs = std::filesystem;
 const std::string binary_dir = ORVLS_BINARY_DIR;
 const std::string native_file = binary_dir + "/orvls_e.bin";
 const std::string swapped_file = binary_dir + "/orvls_e_swapped.bin";
-
-struct Entry {
-    std::string name;
-    std::string text;
-};
-
-std::map<unsigned, Entry> read_catalogue()
-{
-    std::ifstream in(ORVLS_SOURCE_DIR "/data/messages.txt");
-    std::map<unsigned, Entry> entries;
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        const std::size_t first = line.find(' ');
-        const std::size_t second = line.find(' ', first + 1);
-        entries[static_cast<unsigned>(std::stoul(line.substr(0, first)))] = {
-            line.substr(first + 1, second - first - 1), line.substr(second + 1)};
-    }
-    return entries;
-}
-
-std::string read_text(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 // Words of a message file in this machine's byte order.
 uint16_t word_at(const std::string& file, std::size_t offset)
@@ -135,7 +105,7 @@ std::string name_of(int64_t code) { return orvls::orvls_code_name(code); }
 
 void expect_catalogue(Checks& checks)
 {
-    const std::map<unsigned, Entry> catalogue = read_catalogue();
+    const auto catalogue = catalogue_by_code();
     checks.that(catalogue.size() > 100, "the catalogue is read");
     for (const auto& [code, entry] : catalogue) {
         checks.equal(text_of(code), entry.text, "text of " + std::to_string(code));
@@ -143,13 +113,11 @@ void expect_catalogue(Checks& checks)
     }
 }
 
-std::string compile_catalogue(const std::string& arguments)
+std::string compile_catalogue(const std::string& options)
 {
     const std::string output = binary_dir + "/test_reader_messages.bin";
-    const std::string command = std::string("\"") + ORVLS_MSGC_PATH + "\" \"" ORVLS_SOURCE_DIR "/data/messages.txt\" \"" +
-                                output + "\" " + arguments;
-    EXPECT_EQ(std::system(command.c_str()), 0);
-    return read_text(output);
+    EXPECT_EQ(compile_messages(output, options), 0);
+    return read_file(output);
 }
 
 // Every record is read, so the longest read shows any overflow of the text
@@ -161,8 +129,8 @@ TEST(Reader, EveryFileLayoutGivesTheCatalogue)
         const char* what;
         std::string contents;
     } files[] = {
-        {"native", read_text(native_file)},
-        {"swapped", read_text(swapped_file)},
+        {"native", read_file(native_file)},
+        {"swapped", read_file(swapped_file)},
         {"one-byte blocks", compile_catalogue("--shift 0")},
         {"128-byte blocks, swapped", compile_catalogue("--shift 7 --swap")},
     };
@@ -183,7 +151,7 @@ TEST(Reader, CodesAreTakenModulo100000On16Bits)
     expect_child(
         [](Checks& checks) {
             use_path(binary_dir);
-            const std::map<unsigned, Entry> catalogue = read_catalogue();
+            const auto catalogue = catalogue_by_code();
             checks.equal(text_of(100160), catalogue.at(160).text, "100160 is 160");
             checks.equal(name_of(100160), catalogue.at(160).name, "name of 100160");
             checks.equal(text_of(65536 + 9001), catalogue.at(9001).text, "74537 is 9001 on 16 bits");
@@ -252,7 +220,7 @@ TEST(Reader, ForeignFilesAreRefused)
         "Error in reading orvls_e.bin\nFile not found.\n");
 
     // Block numbers that go backwards would make a read of negative length.
-    std::string backwards = read_text(native_file);
+    std::string backwards = read_file(native_file);
     const std::size_t blocks = 14 + 2 * std::size_t{word_at(backwards, 4)};
     put_word(backwards, blocks, 0x7f7f);
     put_word(backwards, blocks + 2, 0);
@@ -267,10 +235,10 @@ TEST(Reader, ForeignFilesAreRefused)
 
 TEST(Reader, SearchPathItemsAreExpandedInOrder)
 {
-    MessageDir good(read_text(native_file));
+    MessageDir good(read_file(native_file));
     MessageDir bad(std::string(200, 'x'));
     MessageDir empty("");
-    const std::string found = read_catalogue().at(160).text;
+    const std::string found = catalogue_by_code().at(160).text;
     // An unset variable is dropped; a set one stands for its value.
     expect_child(
         [&](Checks& checks) {
@@ -302,13 +270,13 @@ TEST(Reader, SearchPathItemsAreExpandedInOrder)
 
 TEST(Reader, PathOptionComesBeforeTheVariable)
 {
-    MessageDir good(read_text(native_file));
+    MessageDir good(read_file(native_file));
     MessageDir bad(std::string(200, 'x'));
     expect_child(
         [&](Checks& checks) {
             use_path(bad.path());
             orvls_error_options(ORVLS_ERROR_MSG_PATH, good.path().c_str(), ORVLS_ERROR_MSG_FILE_NAME, "other.bin", 0);
-            checks.equal(text_of(160), read_catalogue().at(160).text, "found through the option");
+            checks.equal(text_of(160), catalogue_by_code().at(160).text, "found through the option");
             // The name set through the options does not last.
             checks.equal(std::string(orvls::existing_error_block()->message_file_name), std::string("orvls_e.bin"),
                          "the file name");
@@ -346,7 +314,7 @@ TEST(Reader, SameCodeTwiceCostsOneRead)
     expect_child(
         [](Checks& checks) {
             use_path(binary_dir);
-            const std::map<unsigned, Entry> catalogue = read_catalogue();
+            const auto catalogue = catalogue_by_code();
             text_of(160);
             orvls::ErrorBlock* block = orvls::existing_error_block();
             checks.equal(block->cached_code, int64_t{160}, "cached code");
@@ -363,13 +331,13 @@ TEST(Reader, SameCodeTwiceCostsOneRead)
 // falls back, and the record read before it is not taken from the spoilt buffer.
 TEST(Reader, ShortReadFallsBack)
 {
-    std::string contents = read_text(native_file);
+    std::string contents = read_file(native_file);
     contents.resize(contents.size() - (std::size_t{1} << word_at(contents, 12)));
     MessageDir cut(contents);
     expect_child(
         [&](Checks& checks) {
             use_path(cut.path());
-            const std::map<unsigned, Entry> catalogue = read_catalogue();
+            const auto catalogue = catalogue_by_code();
             const unsigned first = catalogue.begin()->first;
             const unsigned last = catalogue.rbegin()->first;
             checks.equal(text_of(first), catalogue.at(first).text, "first record");
@@ -434,7 +402,7 @@ TEST(Catalogue, EveryRaisedCodeHasAnEntry)
         const std::string extension = file.path().extension().string();
         if (extension != ".cpp" && extension != ".h")
             continue;
-        const std::string source = read_text(file.path().string());
+        const std::string source = read_file(file.path().string());
         for (std::sregex_iterator match(source.begin(), source.end(), call), end; match != end; ++match) {
             const std::string argument = (*match)[1].str();
             for (std::sregex_iterator code(argument.begin(), argument.end(), number); code != end; ++code)
@@ -444,7 +412,7 @@ TEST(Catalogue, EveryRaisedCodeHasAnEntry)
     // The frame alone raises these, two of them from one conditional call.
     for (unsigned code : {102u, 103u, 11001u, 602u, 603u, 60000u})
         EXPECT_EQ(raised.count(code), 1u) << "the scan misses " << code;
-    const std::map<unsigned, Entry> catalogue = read_catalogue();
+    const auto catalogue = catalogue_by_code();
     for (unsigned code : raised)
         EXPECT_EQ(catalogue.count(code), 1u) << "code " << code << " is raised but has no message";
 }

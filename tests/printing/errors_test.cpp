@@ -25,13 +25,18 @@ protected:
     const double m_before_[6] = {1, 2, 3, 4, 5, 6};
 };
 
-TEST_F(PrintErrors, PageOptionsAndLimits)
+TEST_F(PrintErrors, PageAndWriteOptionsAndLimits)
 {
-    int64_t value = 9;
-    orvls_page(0, &value);
-    EXPECT_EQ(last_outcome(), (Outcome{5, 10020}));
-    orvls_page(3, &value);
-    EXPECT_EQ(last_outcome(), (Outcome{5, 10020}));
+    int64_t value = 0;
+    for (int64_t code : {7, -7}) {
+        orvls_write_options(code, &value);
+        EXPECT_EQ(last_outcome(), (Outcome{5, 10019}));
+    }
+    value = 9;
+    for (int64_t code : {0, 3}) {
+        orvls_page(code, &value);
+        EXPECT_EQ(last_outcome(), (Outcome{5, 10020}));
+    }
     orvls_page(-1, &value);
     EXPECT_EQ(last_outcome(), (Outcome{5, 10021}));
     EXPECT_EQ(int_parameter(1), 9);
@@ -48,15 +53,6 @@ TEST_F(PrintErrors, PageOptionsAndLimits)
     orvls_page(2, &value);
     EXPECT_EQ(value, 10);
     EXPECT_EQ(last_outcome(), (Outcome{0, 0}));
-}
-
-TEST_F(PrintErrors, WriteOptionsOutsideTheTable)
-{
-    int64_t value = 0;
-    orvls_write_options(7, &value);
-    EXPECT_EQ(last_outcome(), (Outcome{5, 10019}));
-    orvls_write_options(-7, &value);
-    EXPECT_EQ(last_outcome(), (Outcome{5, 10019}));
 }
 
 TEST_F(PrintErrors, BoundedSettingsRaise109)
@@ -87,20 +83,20 @@ TEST_F(PrintErrors, BoundedSettingsRaise109)
 
 TEST_F(PrintErrors, RowWrapAndPagingRaise110)
 {
-    set_option(ORVLS_SET_ROW_WRAP, -1);
-    EXPECT_EQ(last_outcome(), (Outcome{5, 110}));
-    EXPECT_EQ(string_parameter(1), "ORVLS_SET_ROW_WRAP");
-    EXPECT_EQ(int_parameter(1), 0);
-    EXPECT_EQ(int_parameter(2), -1);
-    EXPECT_EQ(option(ORVLS_SET_ROW_WRAP), 1000);
-
-    set_option(ORVLS_SET_PAGING, -3);
-    EXPECT_EQ(last_outcome(), (Outcome{5, 110}));
-    EXPECT_EQ(string_parameter(1), "ORVLS_SET_PAGING");
-    EXPECT_EQ(int_parameter(1), -2);
-    EXPECT_EQ(int_parameter(2), -3);
-    EXPECT_EQ(option(ORVLS_SET_PAGING), -2);
-
+    const struct {
+        int64_t field;
+        const char* text;
+        int64_t lowest, bad, standing;
+    } cases[] = {{ORVLS_SET_ROW_WRAP, "ORVLS_SET_ROW_WRAP", 0, -1, 1000},
+                 {ORVLS_SET_PAGING, "ORVLS_SET_PAGING", -2, -3, -2}};
+    for (const auto& c : cases) {
+        set_option(c.field, c.bad);
+        EXPECT_EQ(last_outcome(), (Outcome{5, 110}));
+        EXPECT_EQ(string_parameter(1), c.text);
+        EXPECT_EQ(int_parameter(1), c.lowest);
+        EXPECT_EQ(int_parameter(2), c.bad);
+        EXPECT_EQ(option(c.field), c.standing);
+    }
     set_option(ORVLS_SET_ROW_WRAP, 0);
     set_option(ORVLS_SET_PAGING, 40);
     int64_t unused = 0;

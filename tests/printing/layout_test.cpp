@@ -1,6 +1,7 @@
 // Printed layouts compared with the expected texts beside this file, each
 // written from the layout rules of the public header.
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <thread>
 
@@ -10,135 +11,115 @@ namespace {
 
 class Layout : public PrintTest {};
 
-TEST_F(Layout, OneByOneColumnAndRowTakeTheirDefaultLabelStyles)
-{
-    double value = 2.5;
-    orvls_d_write_matrix("Value", 1, 1, &value, 0);
-    EXPECT_EQ(printed(), expected("one_by_one.txt"));
-    EXPECT_EQ(last_outcome(), (Outcome{0, 0}));
-}
-
-TEST_F(Layout, ColumnUsesTheDefaultFormat)
-{
-    double column[] = {1, -0.5, 1e10};
-    orvls_d_write_matrix("Column", 3, 1, column, 0);
-    EXPECT_EQ(printed(), expected("column.txt"));
-}
-
-TEST_F(Layout, RowWithAGivenFormat)
-{
-    double row[] = {0.25, 100, -7};
-    orvls_d_write_matrix("Row", 1, 3, row, ORVLS_WRITE_FORMAT, "%6.2f", 0);
-    EXPECT_EQ(printed(), expected("row.txt"));
-}
-
-TEST_F(Layout, WideMatrixSplitsIntoColumnBlocksAndPages)
-{
-    double wide[5 * 7];
-    for (int i = 0; i < 5; ++i)
-        for (int j = 0; j < 7; ++j)
-            wide[i * 7 + j] = (i + 1) * 10 + (j + 1);
-    set_page_width(30);
-    set_page_length(10);
-    set_option(ORVLS_SET_PAGING, 0);
-    orvls_d_write_matrix("Wide", 5, 7, wide, ORVLS_WRITE_FORMAT, "%5.1f", 0);
-    EXPECT_EQ(printed(), expected("wide.txt"));
-    EXPECT_EQ(option(ORVLS_SET_PAGING), 5) << "lines on the second page";
-}
-
-TEST_F(Layout, EachTriangle)
+// Each case prints from the default settings; its text alone is compared.
+TEST_F(Layout, PrintedTextsMatchTheExpectedFiles)
 {
     double square[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
-    orvls_d_write_matrix("all", 3, 3, square, ORVLS_WRITE_FORMAT, "%4.0f", ORVLS_PRINT_ALL, 0);
-    orvls_d_write_matrix("upper", 3, 3, square, ORVLS_WRITE_FORMAT, "%4.0f", ORVLS_TRIANGLE_P1, 0);
-    orvls_d_write_matrix("strict upper", 3, 3, square, ORVLS_WRITE_FORMAT, "%4.0f", ORVLS_TRIANGLE_P2, 0);
-    orvls_d_write_matrix("lower", 3, 3, square, ORVLS_WRITE_FORMAT, "%4.0f", ORVLS_TRIANGLE_M1, 0);
-    orvls_d_write_matrix("strict lower", 3, 3, square, ORVLS_WRITE_FORMAT, "%4.0f", ORVLS_TRIANGLE_M2, 0);
-    EXPECT_EQ(printed(), expected("triangles.txt"));
-}
-
-TEST_F(Layout, LabelStylesAndGivenLabels)
-{
     double m[] = {1.5, -2, 3, 4};
+    double wide[5 * 7], grid[3 * 5];
+    for (int i = 0; i < 35; ++i)
+        wide[i] = (i / 7 + 1) * 10 + (i % 7 + 1);
+    for (int i = 0; i < 15; ++i)
+        grid[i] = (i / 5 + 1) * 10 + (i % 5 + 1);
     const char* rows[] = {"first", "second row"};
     const char* columns[] = {"x", "a long label"};
-    orvls_d_write_matrix("Styles 3", 2, 2, m, ORVLS_WRITE_FORMAT, "%5.1f", ORVLS_ROW_STYLE_3, ORVLS_COL_STYLE_3, 0);
-    orvls_d_write_matrix("Given", 2, 2, m, ORVLS_WRITE_FORMAT, "%5.1f", ORVLS_ROW_LABELS, rows, ORVLS_COL_LABELS,
-                         columns, 0);
-    orvls_d_write_matrix("None", 2, 2, m, ORVLS_WRITE_FORMAT, "%5.1f", ORVLS_ROW_STYLE_0, ORVLS_COL_STYLE_0, 0);
-    orvls_d_write_matrix("Numbers", 2, 2, m, ORVLS_WRITE_FORMAT, "%5.1f", ORVLS_ROW_STYLE_1, ORVLS_COL_STYLE_1, 0);
-    EXPECT_EQ(printed(), expected("labels.txt"));
-}
-
-TEST_F(Layout, LongLabelsAreCutAndLongEntriesStarred)
-{
-    double pair[] = {1, 2};
-    double one = 1;
-    const char* rows[] = {"abcdefghijklmnop", "q"};
-    const char* columns[] = {"123456789012345"};
-    set_page_width(20);
-    orvls_d_write_matrix("Cut", 2, 1, pair, ORVLS_WRITE_FORMAT, "%3.0f", ORVLS_ROW_LABELS, rows, ORVLS_COL_LABELS,
-                         columns, 0);
-    orvls_d_write_matrix("Stars", 1, 1, &one, ORVLS_WRITE_FORMAT, "%25.1f", 0);
-    EXPECT_EQ(printed(), expected("cut.txt"));
-}
-
-TEST_F(Layout, NanWithAndWithoutTheNanCharacter)
-{
-    float m[] = {1, std::numeric_limits<float>::quiet_NaN(), 2};
-    orvls_f_write_matrix("Missing", 1, 3, m, ORVLS_WRITE_FORMAT, "%5.1f", 0);
-    set_option(ORVLS_SET_NAN_CHAR, 1);
-    orvls_f_write_matrix("Missing", 1, 3, m, ORVLS_WRITE_FORMAT, "%5.1f", 0);
-    EXPECT_EQ(printed(), expected("nan.txt"));
-}
-
-TEST_F(Layout, IntegerMatrix)
-{
-    int64_t counts[] = {7, -12, 123456789012, 0};
-    int64_t pair[] = {42, -7};
-    orvls_i_write_matrix("Counts", 2, 2, counts, 0);
-    orvls_i_write_matrix("Pair", 1, 2, pair, ORVLS_WRITE_FORMAT, "%4d", 0);
-    EXPECT_EQ(printed(), expected("integer.txt"));
-}
-
-TEST_F(Layout, TransposePrintsTheStoredColumns)
-{
-    double a[] = {1, 2, 3, 4, 5, 6};
-    orvls_d_write_matrix("Stored", 2, 3, a, ORVLS_TRANSPOSE, ORVLS_WRITE_FORMAT, "%3.0f", 0);
-    EXPECT_EQ(printed(), expected("transpose.txt"));
-}
-
-TEST_F(Layout, FormatsCycleOverColumnsAndKeepTheirText)
-{
-    double mixed[] = {1, 2.5, 3, -4, 0.125, 6};
-    double percent[] = {12.5, 3};
-    orvls_d_write_matrix("Mixed", 2, 3, mixed, ORVLS_WRITE_FORMAT, "%5.2f%4d", 0);
-    orvls_d_write_matrix("Percent", 1, 2, percent, ORVLS_WRITE_FORMAT, "%.1f%%", 0);
-    EXPECT_EQ(printed(), expected("format.txt"));
-}
-
-TEST_F(Layout, CenteringRowWrapAndTitlePage)
-{
-    double small[] = {1, 2, 3, 4};
-    double m[3 * 5];
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 5; ++j)
-            m[i * 5 + j] = (i + 1) * 10 + (j + 1);
-    set_page_width(20);
-    set_option(ORVLS_SET_CENTERING, 1);
-    orvls_d_write_matrix("Centred", 2, 2, small, ORVLS_WRITE_FORMAT, "%4.1f", 0);
-    set_option(ORVLS_SET_CENTERING, 0);
-    set_option(ORVLS_SET_ROW_WRAP, 2);
-    set_option(ORVLS_SET_TITLE_PAGE, 1);
-    orvls_d_write_matrix("Wrapped", 3, 5, m, ORVLS_WRITE_FORMAT, "%4.1f", 0);
-    EXPECT_EQ(printed(), expected("settings.txt"));
-}
-
-TEST_F(Layout, RealsPrintAsOneByOneMatrices)
-{
-    orvls_dwrrrs("Half", 0.5);
-    orvls_wrrrs("Third", 1.0f / 3.0f);
-    EXPECT_EQ(printed(), expected("reals.txt"));
+    const char* cut_rows[] = {"abcdefghijklmnop", "q"};
+    const char* cut_columns[] = {"123456789012345"};
+    float with_nan[] = {1, std::numeric_limits<float>::quiet_NaN(), 2};
+    int64_t counts[] = {7, -12, 123456789012, 0}, pair[] = {42, -7};
+    double row[] = {0.25, 100, -7}, column[] = {1, -0.5, 1e10}, value = 2.5, one = 1, stored[] = {1, 2, 3, 4, 5, 6};
+    double mixed[] = {1, 2.5, 3, -4, 0.125, 6}, percent[] = {12.5, 3};
+    const struct {
+        const char* file;
+        std::function<void()> print;
+    } cases[] = {
+        // 1 x 1, a column and a row take their default label styles.
+        {"one_by_one.txt", [&] { orvls_d_write_matrix("Value", 1, 1, &value, 0); }},
+        {"column.txt", [&] { orvls_d_write_matrix("Column", 3, 1, column, 0); }},
+        {"row.txt", [&] { orvls_d_write_matrix("Row", 1, 3, row, ORVLS_WRITE_FORMAT, "%6.2f", 0); }},
+        // Column blocks and pages.
+        {"wide.txt",
+         [&] {
+             set_page_width(30);
+             set_page_length(10);
+             set_option(ORVLS_SET_PAGING, 0);
+             orvls_d_write_matrix("Wide", 5, 7, wide, ORVLS_WRITE_FORMAT, "%5.1f", 0);
+             EXPECT_EQ(option(ORVLS_SET_PAGING), 5) << "lines on the second page";
+         }},
+        {"triangles.txt",
+         [&] {
+             const std::pair<const char*, int64_t> triangles[] = {{"all", ORVLS_PRINT_ALL},
+                                                                  {"upper", ORVLS_TRIANGLE_P1},
+                                                                  {"strict upper", ORVLS_TRIANGLE_P2},
+                                                                  {"lower", ORVLS_TRIANGLE_M1},
+                                                                  {"strict lower", ORVLS_TRIANGLE_M2}};
+             for (const auto& [title, triangle] : triangles)
+                 orvls_d_write_matrix(title, 3, 3, square, ORVLS_WRITE_FORMAT, "%4.0f", triangle, 0);
+         }},
+        {"labels.txt",
+         [&] {
+             orvls_d_write_matrix("Styles 3", 2, 2, m, ORVLS_WRITE_FORMAT, "%5.1f", ORVLS_ROW_STYLE_3,
+                                  ORVLS_COL_STYLE_3, 0);
+             orvls_d_write_matrix("Given", 2, 2, m, ORVLS_WRITE_FORMAT, "%5.1f", ORVLS_ROW_LABELS, rows,
+                                  ORVLS_COL_LABELS, columns, 0);
+             orvls_d_write_matrix("None", 2, 2, m, ORVLS_WRITE_FORMAT, "%5.1f", ORVLS_ROW_STYLE_0,
+                                  ORVLS_COL_STYLE_0, 0);
+             orvls_d_write_matrix("Numbers", 2, 2, m, ORVLS_WRITE_FORMAT, "%5.1f", ORVLS_ROW_STYLE_1,
+                                  ORVLS_COL_STYLE_1, 0);
+         }},
+        // Long labels are cut and long entries starred.
+        {"cut.txt",
+         [&] {
+             set_page_width(20);
+             orvls_d_write_matrix("Cut", 2, 1, square, ORVLS_WRITE_FORMAT, "%3.0f", ORVLS_ROW_LABELS, cut_rows,
+                                  ORVLS_COL_LABELS, cut_columns, 0);
+             orvls_d_write_matrix("Stars", 1, 1, &one, ORVLS_WRITE_FORMAT, "%25.1f", 0);
+         }},
+        {"nan.txt",
+         [&] {
+             orvls_f_write_matrix("Missing", 1, 3, with_nan, ORVLS_WRITE_FORMAT, "%5.1f", 0);
+             set_option(ORVLS_SET_NAN_CHAR, 1);
+             orvls_f_write_matrix("Missing", 1, 3, with_nan, ORVLS_WRITE_FORMAT, "%5.1f", 0);
+         }},
+        {"integer.txt",
+         [&] {
+             orvls_i_write_matrix("Counts", 2, 2, counts, 0);
+             orvls_i_write_matrix("Pair", 1, 2, pair, ORVLS_WRITE_FORMAT, "%4d", 0);
+         }},
+        // The transpose prints the stored columns.
+        {"transpose.txt",
+         [&] { orvls_d_write_matrix("Stored", 2, 3, stored, ORVLS_TRANSPOSE, ORVLS_WRITE_FORMAT, "%3.0f", 0); }},
+        // Formats cycle over the columns and keep their text.
+        {"format.txt",
+         [&] {
+             orvls_d_write_matrix("Mixed", 2, 3, mixed, ORVLS_WRITE_FORMAT, "%5.2f%4d", 0);
+             orvls_d_write_matrix("Percent", 1, 2, percent, ORVLS_WRITE_FORMAT, "%.1f%%", 0);
+         }},
+        {"settings.txt",
+         [&] {
+             set_page_width(20);
+             set_option(ORVLS_SET_CENTERING, 1);
+             orvls_d_write_matrix("Centred", 2, 2, square, ORVLS_WRITE_FORMAT, "%4.1f", 0);
+             set_option(ORVLS_SET_CENTERING, 0);
+             set_option(ORVLS_SET_ROW_WRAP, 2);
+             set_option(ORVLS_SET_TITLE_PAGE, 1);
+             orvls_d_write_matrix("Wrapped", 3, 5, grid, ORVLS_WRITE_FORMAT, "%4.1f", 0);
+         }},
+        // Reals print as 1 x 1 matrices.
+        {"reals.txt",
+         [&] {
+             orvls_dwrrrs("Half", 0.5);
+             orvls_wrrrs("Third", 1.0f / 3.0f);
+         }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file);
+        reset_settings();
+        const std::size_t start = printed().size();
+        c.print();
+        EXPECT_EQ(printed().substr(start), expected(c.file));
+        EXPECT_EQ(last_outcome(), (Outcome{0, 0}));
+    }
 }
 
 TEST_F(Layout, ReturnStringHoldsTheTextAndPrintsNothing)

@@ -23,35 +23,28 @@ std::vector<Real> draw(int64_t n)
     return r;
 }
 
-TEST(Twister32, EqualsTheStandardEngineThroughTheDeviateFormula)
+// The twister keeps its own state: the seed routine reads back the seed.
+template <class Engine, class Deviate>
+void check_against_engine(int option, int64_t count, Deviate deviate)
 {
     for (int64_t seed : {1, 5489, 123457, 2147483646}) {
         in_fresh_thread([&](ErrorCapture&) {
-            orvls_random_option(8);
+            orvls_random_option(option);
             orvls_random_seed_set(seed);
-            std::mt19937 engine(static_cast<uint32_t>(seed));
-            for (double value : draw<double>(1500))
-                ASSERT_EQ(value, deviate32(engine()));
-            for (float value : draw<float>(1500))
-                ASSERT_EQ(value, static_cast<float>(deviate32(engine())));
-            EXPECT_EQ(orvls_random_seed_get(), seed);  // the twister keeps its own state
+            Engine engine(static_cast<typename Engine::result_type>(seed));
+            for (double value : draw<double>(count))
+                ASSERT_EQ(value, deviate(engine()));
+            for (float value : draw<float>(count))
+                ASSERT_EQ(value, static_cast<float>(deviate(engine())));
+            EXPECT_EQ(orvls_random_seed_get(), seed);
         });
     }
 }
 
-TEST(Twister64, EqualsTheStandardEngineThroughTheDeviateFormula)
+TEST(Twisters, EqualTheStandardEnginesThroughTheDeviateFormulas)
 {
-    for (int64_t seed : {1, 5489, 123457, 2147483646}) {
-        in_fresh_thread([&](ErrorCapture&) {
-            orvls_random_option(9);
-            orvls_random_seed_set(seed);
-            std::mt19937_64 engine(static_cast<uint64_t>(seed));
-            for (double value : draw<double>(700))
-                ASSERT_EQ(value, deviate64(engine()));
-            for (float value : draw<float>(700))
-                ASSERT_EQ(value, static_cast<float>(deviate64(engine())));
-        });
-    }
+    check_against_engine<std::mt19937>(8, 1500, deviate32);
+    check_against_engine<std::mt19937_64>(9, 700, deviate64);
 }
 
 // Published outputs (the 10000th from seed 5489, and the array keys below).
@@ -151,10 +144,6 @@ TEST(Twisters, SavedStatesRestoreTheStream)
     check_saved_state<uint64_t, std::mt19937_64>(9, 312, orvls_random_MT64_table_get, orvls_random_MT64_table_set,
                                                  deviate64);
 }
-
-}  // namespace
-
-namespace {
 
 // The tempering steps undone, each by fixed-point iteration.
 uint32_t undo_left(uint32_t y, int shift, uint32_t mask)
