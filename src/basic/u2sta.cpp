@@ -19,7 +19,8 @@ template <class Real>
 struct KernelCall {
     int64_t ido, nrow, nvar;
     const Real* x;
-    int64_t ldx, ifrq, iwt, mopt;
+    int64_t row_step, column_step;  // x as the caller stores it: column-major or row-major
+    int64_t ifrq, iwt, mopt;
     Real conprm, conprv;
     Real* stat;
     int64_t ldstat;
@@ -29,7 +30,7 @@ struct KernelCall {
     int64_t skipped_low, skipped_high;  // the frequency and weight columns, ordered, zero-based; -1 for none
 
     Real& at(int64_t row, int64_t j) const { return stat[row + j * ldstat]; }
-    Real element(int64_t i, int64_t column) const { return x[i + column * ldx]; }
+    Real element(int64_t i, int64_t column) const { return x[i * row_step + column * column_step]; }
     // Value of variable j in row i: the data columns skip the frequency and weight.
     Real value(int64_t i, int64_t j) const
     {
@@ -565,26 +566,34 @@ void run_kernel(KernelCall<Real>& k, int64_t iprint)
         summarise(k);
 }
 
+template <class Real>
+void u2sta(int64_t ido, int64_t nrow, int64_t nvar, const Real* x, int64_t row_step, int64_t column_step,
+           int64_t ifrq, int64_t iwt, int64_t mopt, Real conprm, Real conprv, int64_t iprint, Real* stat,
+           int64_t ldstat, int64_t* nrmiss, Real* first_values, UpdateState<Real>* update_state)
+{
+    orvls_e1psh("l_u2sta");
+    const int64_t skipped_low = std::min(ifrq, iwt) > 0 ? std::min(ifrq, iwt) - 1 : std::max(ifrq, iwt) - 1;
+    const int64_t skipped_high = ifrq > 0 && iwt > 0 && ifrq != iwt ? std::max(ifrq, iwt) - 1 : -1;
+    KernelCall<Real> k{ido,    nrow,   nvar, x,      row_step, column_step,  ifrq,         iwt,         mopt,
+                       conprm, conprv, stat, ldstat, nrmiss,   first_values, update_state, skipped_low, skipped_high};
+    run_kernel(k, iprint);
+    orvls_e1pop("l_u2sta");
+}
+
 }  // namespace
 
 template <class Real>
 void l_u2sta(int64_t ido, int64_t nrow, int64_t nvar, const Real* x, int64_t ldx, int64_t ifrq, int64_t iwt,
              int64_t mopt, Real conprm, Real conprv, int64_t iprint, Real* stat, int64_t ldstat, int64_t* nrmiss,
-             Real* first_values, UpdateState<Real>* update_state)
+             Real* first_values, UpdateState<Real>* update_state, bool row_major)
 {
-    orvls_e1psh("l_u2sta");
-    const int64_t skipped_low = std::min(ifrq, iwt) > 0 ? std::min(ifrq, iwt) - 1 : std::max(ifrq, iwt) - 1;
-    const int64_t skipped_high = ifrq > 0 && iwt > 0 && ifrq != iwt ? std::max(ifrq, iwt) - 1 : -1;
-    KernelCall<Real> k{ido,    nrow,   nvar,   x,      ldx,          ifrq,         iwt,         mopt,
-                       conprm, conprv, stat,   ldstat, nrmiss, first_values, update_state, skipped_low,
-                       skipped_high};
-    run_kernel(k, iprint);
-    orvls_e1pop("l_u2sta");
+    u2sta(ido, nrow, nvar, x, row_major ? ldx : 1, row_major ? 1 : ldx, ifrq, iwt, mopt, conprm, conprv, iprint,
+          stat, ldstat, nrmiss, first_values, update_state);
 }
 
 template void l_u2sta<float>(int64_t, int64_t, int64_t, const float*, int64_t, int64_t, int64_t, int64_t, float,
-                             float, int64_t, float*, int64_t, int64_t*, float*, UpdateState<float>*);
+                             float, int64_t, float*, int64_t, int64_t*, float*, UpdateState<float>*, bool);
 template void l_u2sta<double>(int64_t, int64_t, int64_t, const double*, int64_t, int64_t, int64_t, int64_t, double,
-                              double, int64_t, double*, int64_t, int64_t*, double*, UpdateState<double>*);
+                              double, int64_t, double*, int64_t, int64_t*, double*, UpdateState<double>*, bool);
 
 }  // namespace orvls::basic

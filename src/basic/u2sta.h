@@ -60,10 +60,12 @@ struct UpdateState {
 // mopt >= 1 only the missing values.  Confidence percentages conprm and
 // conprv of 0 or less leave their limit rows alone.  stat has ldstat rows,
 // one column per variable.  first_values holds 2 nvar reals: the first value
-// of each variable, then whether it has changed since.
+// of each variable, then whether it has changed since.  With row_major set,
+// x is read as the caller stores it, row i at x + i ldx, so that no
+// transposition is needed; the arithmetic is the same.
 template <class Real>
 void l_u2sta(int64_t ido, int64_t nrow, int64_t nvar, const Real* x, int64_t ldx, int64_t ifrq, int64_t iwt,
              int64_t mopt, Real conprm, Real conprv, int64_t iprint, Real* stat, int64_t ldstat, int64_t* nrmiss,
-             Real* first_values, UpdateState<Real>* update_state);
+             Real* first_values, UpdateState<Real>* update_state, bool row_major = false);
 
 }  // namespace orvls::basic
