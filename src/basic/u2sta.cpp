@@ -31,16 +31,17 @@ struct KernelCall {
 
     Real& at(int64_t row, int64_t j) const { return stat[row + j * ldstat]; }
     Real element(int64_t i, int64_t column) const { return x[i * row_step + column * column_step]; }
-    // Value of variable j in row i: the data columns skip the frequency and weight.
-    Real value(int64_t i, int64_t j) const
+    // The column of variable j: the data columns skip the frequency and weight.
+    const Real* column(int64_t j) const
     {
-        int64_t column = j;
-        if (skipped_low >= 0 && column >= skipped_low)
-            ++column;
-        if (skipped_high >= 0 && column >= skipped_high)
-            ++column;
-        return element(i, column);
+        int64_t c = j;
+        if (skipped_low >= 0 && c >= skipped_low)
+            ++c;
+        if (skipped_high >= 0 && c >= skipped_high)
+            ++c;
+        return x + c * column_step;
     }
+    Real value(int64_t i, int64_t j) const { return column(j)[i * row_step]; }
     Real& first_value(int64_t j) const { return first_values[j]; }
     Real& not_constant(int64_t j) const { return first_values[nvar + j]; }
     bool listwise() const { return mopt < 1; }
@@ -174,46 +175,214 @@ RowUse read_frequency_and_weight(const KernelCall<Real>& k, int64_t i, Real& f, 
     return use;
 }
 
+// Rows are taken in blocks.  A first pass reads the frequency and weight of
+// each row and settles what concerns the whole row; then each group of
+// variables runs through the taken rows with its accumulators in locals,
+// which the compiler can keep in registers (in the statistics they might
+// alias x) and update side by side, as many as fill a 16-byte register.
+// Every value goes through the same operations in the same order as when
+// taken alone.
+constexpr int64_t kBlockRows = 128;
 template <class Real>
-void update_extremes(const KernelCall<Real>& k, int64_t j, Real v)
+constexpr int kLanes = 16 / sizeof(Real);
+
+// How one value enters the moments: r = f w / W, s = f w (1 - r), and the
+// factors of r in the updates of M3 and M4.
+template <class Real>
+struct Step {
+    Real r, s, m3_factor, m4_factor;
+};
+
+template <class Real>
+Step<Real> step_for(Real fw, Real total)
 {
-    Real& minimum = k.at(kMinimum, j);
-    Real& maximum = k.at(kMaximum, j);
-    if (std::isnan(k.first_value(j))) {
-        minimum = maximum = k.first_value(j) = v;
-        return;
+    const Real r = fw / total;
+    return {r, fw * (1 - r), 1 - 2 * r, 1 - 3 * r * (1 - r)};
+}
+
+// A taken row, left uninitialised until it is taken.
+template <class Real>
+struct BlockRow {
+    int64_t i;
+    Real f, w;
+    Step<Real> step;  // listwise: the same for every variable
+    bool missing;     // elementwise: one of its values is missing
+    bool cut;         // elementwise: a variable was emptied, the rest of the row is not taken
+};
+
+template <class Real>
+struct Block {
+    BlockRow<Real> rows[kBlockRows];
+    int64_t size;
+};
+
+// The accumulators of variables first to first + size - 1.  The lanes past
+// size repeat the last variable, so that the loops over lanes have a fixed
+// length; they do the same operations again and are not stored.
+template <class Real>
+struct Lanes {
+    static constexpr int n = kLanes<Real>;
+    const KernelCall<Real>& k;
+    const int64_t first, size;
+    const Real* column[n];
+    Real mean[n], m2[n], m3[n], m4[n], minimum[n], maximum[n], first_value[n];
+    Real count[n] = {}, total[n] = {}, weight_sum[n] = {}, weight_sq_sum[n] = {};  // elementwise
+
+    Lanes(const KernelCall<Real>& call, int64_t first_variable)
+        : k(call), first(first_variable), size(std::min<int64_t>(n, call.nvar - first_variable))
+    {
+        for (int l = 0; l < n; ++l) {
+            const int64_t j = first + std::min<int64_t>(l, size - 1);
+            column[l] = k.column(j);
+            mean[l] = k.at(kMean, j);
+            m2[l] = k.at(kVariance, j);
+            m3[l] = k.at(kSkewness, j);
+            m4[l] = k.at(kKurtosis, j);
+            minimum[l] = k.at(kMinimum, j);
+            maximum[l] = k.at(kMaximum, j);
+            first_value[l] = k.first_value(j);
+            if (!k.listwise()) {
+                count[l] = k.at(kCount, j);
+                total[l] = k.iwt > 0 ? k.state->weight_totals[j] : 0;
+                weight_sum[l] = k.state->weight_sum[j];
+                weight_sq_sum[l] = k.state->weight_sq_sum[j];
+            }
+        }
     }
-    minimum = std::min(minimum, v);
-    maximum = std::max(maximum, v);
-    if (v != k.first_value(j))
-        k.not_constant(j) = 1;
-}
 
-// Takes value v with relative weight r = f w / W and s = f w (1 - r) into
-// the mean and central sums.  Each sum uses the old values of the lower
-// ones, hence the order M4, M3, M2, mean.
-template <class Real>
-void update_moments(const KernelCall<Real>& k, int64_t j, Real v, Real r, Real s)
-{
-    Real& mean = k.at(kMean, j);
-    Real& m2 = k.at(kVariance, j);
-    Real& m3 = k.at(kSkewness, j);
-    Real& m4 = k.at(kKurtosis, j);
-    const Real d = v - mean;
-    const Real rd = r * d;
-    const Real d2 = d * d;
-    m4 += -4 * rd * m3 + 6 * rd * rd * m2 + s * d2 * d2 * (1 - 3 * r * (1 - r));
-    m3 += -3 * rd * m2 + s * d2 * d * (1 - 2 * r);
-    m2 += s * d2;
-    mean += rd;
-}
+    // A value differs from the first one exactly when it lies below or
+    // above it, so the change flag follows from the extremes.  The loop has
+    // a fixed length, which keeps the lanes out of memory.
+    void store() const
+    {
+        for (int l = 0; l < n; ++l) {
+            if (l >= size)
+                break;
+            const int64_t j = first + l;
+            k.at(kMean, j) = mean[l];
+            k.at(kVariance, j) = m2[l];
+            k.at(kSkewness, j) = m3[l];
+            k.at(kKurtosis, j) = m4[l];
+            k.at(kMinimum, j) = minimum[l];
+            k.at(kMaximum, j) = maximum[l];
+            k.first_value(j) = first_value[l];
+            if (minimum[l] < first_value[l] || first_value[l] < maximum[l])
+                k.not_constant(j) = 1;
+            if (!k.listwise()) {
+                k.at(kCount, j) = count[l];
+                if (k.iwt > 0)
+                    k.state->weight_totals[j] = total[l];
+                k.state->weight_sum[j] = weight_sum[l];
+                k.state->weight_sq_sum[j] = weight_sq_sum[l];
+            }
+        }
+    }
 
-// The sums of f w and of its square; a removed row takes its square out.
+    // The first value of a variable sets both extremes; min(v, v) is v again.
+    void take_first_value(int l, Real v)
+    {
+        if (std::isnan(first_value[l]))
+            minimum[l] = maximum[l] = first_value[l] = v;
+    }
+
+    void take_extremes(int l, Real v)
+    {
+        minimum[l] = std::min(minimum[l], v);
+        maximum[l] = std::max(maximum[l], v);
+    }
+
+    // Each central sum uses the old values of the lower ones, hence the
+    // order M4, M3, M2, mean.
+    void take_moments(int l, Real v, const Step<Real>& t)
+    {
+        const Real d = v - mean[l];
+        const Real rd = t.r * d;
+        const Real d2 = d * d;
+        m4[l] += -4 * rd * m3[l] + 6 * rd * rd * m2[l] + t.s * d2 * d2 * t.m4_factor;
+        m3[l] += -3 * rd * m2[l] + t.s * d2 * d * t.m3_factor;
+        m2[l] += t.s * d2;
+        mean[l] += rd;
+    }
+
+    // Listwise every variable takes every row, so the first row of the block
+    // gives the first values still missing.
+    void take_listwise(const Block<Real>& block)
+    {
+        const bool adding = k.nrow > 0;
+        for (int l = 0; adding && block.size > 0 && l < n; ++l)
+            take_first_value(l, column[l][block.rows[0].i * k.row_step]);
+        for (int64_t p = 0; p < block.size; ++p) {
+            const BlockRow<Real>& row = block.rows[p];
+            Real v[n];
+            for (int l = 0; l < n; ++l)
+                v[l] = column[l][row.i * k.row_step];
+            if (adding)
+                for (int l = 0; l < n; ++l)
+                    take_extremes(l, v[l]);
+            if (row.w > 0)
+                for (int l = 0; l < n; ++l)
+                    take_moments(l, v[l], row.step);
+        }
+    }
+
+    // Each variable has its own count N and running weight W.  A count that
+    // reaches 0 empties its variable and cuts the row.  False after a fatal
+    // error.
+    bool take_elementwise(Block<Real>& block)
+    {
+        const bool adding = k.nrow > 0;
+        for (int64_t p = 0; p < block.size; ++p) {
+            BlockRow<Real>& row = block.rows[p];
+            for (int l = 0; l < n && !row.cut; ++l) {
+                const Real v = column[l][row.i * k.row_step];
+                if (std::isnan(v)) {
+                    row.missing = true;
+                    continue;
+                }
+                if (adding) {
+                    take_first_value(l, v);
+                    take_extremes(l, v);
+                }
+                count[l] += row.f;
+                if (count[l] < 0) {
+                    orvls_ermes(5, 11066);
+                    return false;
+                }
+                if (count[l] == 0) {
+                    mean[l] = m2[l] = m3[l] = m4[l] = total[l] = 0;
+                    row.cut = true;
+                } else if (row.w > 0) {
+                    const Real fw = row.f * row.w;
+                    weight_sum[l] += fw;
+                    weight_sq_sum[l] += fw * std::fabs(fw);
+                    total[l] = (k.iwt > 0 ? total[l] : count[l] - row.f) + fw;
+                    take_moments(l, v, step_for(fw, total[l]));
+                }
+            }
+        }
+        return true;
+    }
+};
+
+// Takes the rows of the block into every variable and empties it.  False
+// after a fatal error.
 template <class Real>
-void add_weight(const KernelCall<Real>& k, int64_t index, Real fw)
+bool take_block(const KernelCall<Real>& k, Block<Real>& block)
 {
-    k.state->weight_sum[index] += fw;
-    k.state->weight_sq_sum[index] += fw * std::fabs(fw);
+    bool ok = true;
+    for (int64_t first = 0; first < k.nvar && ok; first += kLanes<Real>) {
+        Lanes<Real> lanes(k, first);
+        if (k.listwise())
+            lanes.take_listwise(block);
+        else
+            ok = lanes.take_elementwise(block);
+        lanes.store();
+    }
+    for (int64_t p = 0; p < block.size; ++p)
+        if (block.rows[p].missing)
+            k.count_missing();
+    block.size = 0;
+    return ok;
 }
 
 template <class Real>
@@ -225,109 +394,74 @@ bool row_has_missing(const KernelCall<Real>& k, int64_t i)
     return false;
 }
 
-// Listwise: one count N and one running weight W for all variables.
+// Listwise, one count N and one running weight W for all variables: what
+// is left of a row is its step.
 template <class Real>
-bool take_rows_listwise(const KernelCall<Real>& k)
+RowUse settle_listwise(const KernelCall<Real>& k, Block<Real>& block, BlockRow<Real>& row, Real& count, Real& total)
 {
-    Real* totals = k.state->weight_totals;
-    Real count = k.at(kCount, 0);
-    Real total = k.iwt > 0 ? totals[0] : count;
-    const int64_t rows = k.nrow < 0 ? -k.nrow : k.nrow;
-    for (int64_t i = 0; i < rows; ++i) {
-        Real f, w;
-        const RowUse use = read_frequency_and_weight(k, i, f, w);
-        if (use == RowUse::fatal)
-            return false;
-        if (use != RowUse::use)
-            continue;
-        if (row_has_missing(k, i)) {
-            k.count_missing();
-            continue;
-        }
-        total += f * w;
-        count += f;
-        if (count < 0) {
-            orvls_ermes(5, 11066);
-            return false;
-        }
-        if (count == 0) {
-            for (int64_t j = 0; j < k.nvar; ++j) {
-                zero_moments(k, j);
-                if (k.iwt > 0)
-                    totals[j] = 0;
-            }
-            total = 0;
-            continue;
-        }
-        Real r = 0, s = 0;
-        if (w > 0) {
-            r = f * w / total;
-            s = f * w * (1 - r);
-            add_weight(k, 0, f * w);
-        }
+    if (row_has_missing(k, row.i)) {
+        k.count_missing();
+        return RowUse::missing;
+    }
+    total += row.f * row.w;
+    count += row.f;
+    if (count < 0) {
+        take_block(k, block);
+        orvls_ermes(5, 11066);
+        return RowUse::fatal;
+    }
+    if (count == 0) {
+        take_block(k, block);
         for (int64_t j = 0; j < k.nvar; ++j) {
-            const Real v = k.value(i, j);
-            if (k.nrow > 0)
-                update_extremes(k, j, v);
-            if (w > 0)
-                update_moments(k, j, v, r, s);
+            zero_moments(k, j);
+            if (k.iwt > 0)
+                k.state->weight_totals[j] = 0;
         }
+        total = 0;
+        return RowUse::skip;
     }
-    for (int64_t j = 0; j < k.nvar; ++j) {
-        k.at(kCount, j) = count;
-        if (k.iwt > 0)
-            totals[j] = total;
+    if (row.w > 0) {
+        const Real fw = row.f * row.w;
+        row.step = step_for(fw, total);
+        k.state->weight_sum[0] += fw;
+        k.state->weight_sq_sum[0] += fw * std::fabs(fw);
     }
-    return true;
+    return RowUse::use;
 }
 
-// Elementwise: each variable has its own count and running weight.  A count
-// that reaches 0 empties its variable, and the rest of that row is not taken.
 template <class Real>
-bool take_rows_elementwise(const KernelCall<Real>& k)
+bool take_rows(const KernelCall<Real>& k)
 {
-    Real* totals = k.state->weight_totals;
+    // Elementwise, a removed row can take a count below zero part-way
+    // through, which must leave the variables after it as they were: removed
+    // rows go one at a time.  Added rows cannot.
+    const int64_t block_rows = k.nrow < 0 && !k.listwise() ? 1 : kBlockRows;
     const int64_t rows = k.nrow < 0 ? -k.nrow : k.nrow;
-    for (int64_t i = 0; i < rows; ++i) {
-        Real f, w;
-        const RowUse use = read_frequency_and_weight(k, i, f, w);
-        if (use == RowUse::fatal)
-            return false;
-        if (use != RowUse::use)
-            continue;
-        bool missing_counted = false;
-        for (int64_t j = 0; j < k.nvar; ++j) {
-            const Real v = k.value(i, j);
-            if (std::isnan(v)) {
-                if (!missing_counted)
-                    k.count_missing();
-                missing_counted = true;
-                continue;
-            }
-            if (k.nrow > 0)
-                update_extremes(k, j, v);
-            Real& count = k.at(kCount, j);
-            count += f;
-            if (count < 0) {
-                orvls_ermes(5, 11066);
+    Real count = k.at(kCount, 0);
+    Real total = k.iwt > 0 ? k.state->weight_totals[0] : count;
+    Block<Real> block;
+    block.size = 0;
+    for (int64_t start = 0; start < rows; start += block_rows) {
+        for (int64_t i = start; i < std::min(rows, start + block_rows); ++i) {
+            BlockRow<Real>& row = block.rows[block.size];
+            row.i = i;
+            row.missing = row.cut = false;
+            RowUse use = read_frequency_and_weight(k, i, row.f, row.w);
+            if (use == RowUse::use && k.listwise())
+                use = settle_listwise(k, block, row, count, total);
+            if (use == RowUse::fatal) {
+                take_block(k, block);
                 return false;
             }
-            if (count == 0) {
-                zero_moments(k, j);
-                if (k.iwt > 0)
-                    totals[j] = 0;
-                break;
-            }
-            if (w > 0) {
-                Real total = k.iwt > 0 ? totals[j] : count - f;
-                add_weight(k, j, f * w);
-                total += f * w;
-                const Real r = f * w / total;
-                update_moments(k, j, v, r, f * w * (1 - r));
-                if (k.iwt > 0)
-                    totals[j] = total;
-            }
+            block.size += use == RowUse::use;
         }
+        if (!take_block(k, block))
+            return false;
+    }
+    for (int64_t j = 0; k.listwise() && j < k.nvar; ++j) {
+        k.at(kCount, j) = count;
+        if (k.iwt > 0)
+            k.state->weight_totals[j] = total;
     }
     return true;
 }
@@ -559,7 +693,7 @@ void run_kernel(KernelCall<Real>& k, int64_t iprint)
             if (orvls_n1rty(0) > 0)
                 return;
         }
-        if (!(k.listwise() ? take_rows_listwise(k) : take_rows_elementwise(k)))
+        if (!take_rows(k))
             return;
     }
     if (k.ido == 0 || k.ido == 3)
