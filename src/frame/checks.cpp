@@ -71,6 +71,18 @@ bool orvls_check_bounded(int64_t low, int64_t value, const char* name, int64_t l
     return (limit < 1 || at_most(value, name, limit, limit_name)) && passed;
 }
 
+bool orvls_check_col_dim(int64_t col_dim, const char* name, int64_t needed, const char* extent_name)
+{
+    if (col_dim >= needed)
+        return true;
+    orvls_e1sti(1, col_dim);
+    orvls_e1stl(1, name);
+    orvls_e1sti(2, needed);
+    orvls_e1stl(2, extent_name);
+    orvls_ermes(5, 600);
+    return false;
+}
+
 bool orvls_check_not_negative(double value, const char* name, int64_t* check_count)
 {
     ++*check_count;

@@ -19,6 +19,10 @@ bool orvls_check_dimension(int64_t low, int64_t value, const char* name, int64_t
 // value >= low; then, if limit >= 1, value <= limit.
 bool orvls_check_bounded(int64_t low, int64_t value, const char* name, int64_t limit, const char* limit_name,
                          int64_t* check_count);
+// A row length given through a _COL_DIM option covers the row it describes:
+// col_dim >= needed (600, with the option's name and the extent's name).
+// Checked before the matrix is touched, so a short row is never overrun.
+bool orvls_check_col_dim(int64_t col_dim, const char* name, int64_t needed, const char* extent_name);
 // value is not below 0 (11061).
 bool orvls_check_not_negative(double value, const char* name, int64_t* check_count);
 // Every zero diagonal element of the column-major n x n matrix has zeros (and
