@@ -1,142 +1,18 @@
-/* A tour of orvls: a short program that shows each family at work. */
+/* A tour of orvls: a short program that shows each family at work.  Each
+ * family's part is a small example program of its own (examples/<family>.c),
+ * built here without its main. */
 #include <orvls.h>
 #include <stdio.h>
 
-/* Errors travel on a per-thread stack and are reported when the routine the
- * caller called returns; terminal errors are reported at once.  Here the stop
- * that a terminal error asks for is turned off, and a traceback is asked for. */
-static void tour_errors(void)
-{
-    double a[6] = {1, 2, 3, 4, 5, 6};
-    printf("\n== Error reports ==\n");
-    fflush(stdout);
-    orvls_error_options(ORVLS_ERROR_FILE, stdout, ORVLS_SET_STOP, ORVLS_TERMINAL, 0, ORVLS_SET_TRACEBACK,
-                        ORVLS_TERMINAL, 1, 0);
-    orvls_d_m1ran(0, 3, a, a); /* no rows: refused */
-    printf("after the call: type %ld, code %ld\n", (long)orvls_n1rty(1), (long)orvls_error_code());
-    orvls_error_options(ORVLS_ERROR_FILE, stderr, ORVLS_SET_STOP, ORVLS_TERMINAL, 1, ORVLS_SET_TRACEBACK,
-                        ORVLS_TERMINAL, 0, 0);
-}
-
-/* Machine constants, a named constant in other units, and the version. */
-static void tour_machine(void)
-{
-    char *version = orvls_version(ORVLS_LIBRARY_VERSION);
-    printf("\n== Machine constants ==\n");
-    printf("largest double %g, double epsilon %g, float digits %lld\n", orvls_dmach(2), orvls_dmach(4),
-           (long long)orvls_i_machine(7));
-    printf("speed of light %.1f km/hr, standard gravity %.4f foot/s^2\n",
-           orvls_d_constant("SPEEDLIGHT", ORVLS_UNIT, "km/hr", 0),
-           orvls_d_constant("STANDARDGRAVITY", ORVLS_UNIT, "foot/s^2", 0));
-    printf("version: \"%s\"\n", version);
-    orvls_free_allocated_memory(version);
-}
-
-/* A matrix report with row and column labels. */
-static void tour_printing(void)
-{
-    double scores[] = {1.5, 2.0 / 3.0, -4.0, 1234567.0, 1e-9, 0.25};
-    const char *subjects[] = {"maths", "physics"};
-    const char *terms[] = {"autumn", "winter", "spring"};
-    printf("\n== Matrix report ==\n");
-    fflush(stdout);
-    orvls_d_write_matrix("Scores by term", 2, 3, scores, ORVLS_ROW_LABELS, subjects, ORVLS_COL_LABELS, terms, 0);
-}
-
-/* Vector and matrix kernels, column-major as in the published BLAS. */
-static void tour_kernels(void)
-{
-    const double a[4] = {1, 3, 2, 4}, b[4] = {5, 7, 6, 8}; /* column-major [1 2; 3 4], [5 6; 7 8] */
-    double c[4] = {0};
-    const int64_t two = 2;
-    const double one = 1, zero = 0;
-    orvls_dgemm("N", "N", &two, &two, &two, &one, a, &two, b, &two, &zero, c, &two, 1, 1);
-    printf("kernels: [1 2; 3 4] [5 6; 7 8] = [%g %g; %g %g], dot = %g\n", c[0], c[2], c[1], c[3],
-           orvls_ddot(4, a, 1, b, 1));
-}
-
-/* Special functions: gamma, erf, the incomplete beta and a binomial coefficient. */
-static void tour_special(void)
-{
-    printf("\n== Special functions ==\n");
-    printf("gamma(4.5) = %.15g, erf(0.5) = %.15g\n", orvls_d_gamma(4.5), orvls_d_erf(0.5));
-    printf("I_0.3(2, 5) = %.15g, C(10, 3) = %.0f\n", orvls_d_beta_incomplete(0.3, 2, 5),
-           orvls_d_binomial_coefficient(10, 3));
-}
-
-/* Uniform deviates from a seeded stream, under two generators. */
-static void tour_random(void)
-{
-    double congruential[3], twister[3];
-    orvls_random_seed_set(123457);
-    orvls_d_random_uniform(3, ORVLS_RETURN_USER, congruential, 0);
-    orvls_random_option(8); /* the 32-bit Mersenne twister */
-    orvls_d_random_uniform(3, ORVLS_RETURN_USER, twister, 0);
-    printf("\n== Random numbers ==\n");
-    printf("option 1: %.6f %.6f %.6f\n", congruential[0], congruential[1], congruential[2]);
-    printf("option 8: %.6f %.6f %.6f\n", twister[0], twister[1], twister[2]);
-}
-
-/* Quantiles and p-values of the laws behind the usual tests. */
-static void tour_distributions(void)
-{
-    const double p[3] = {0.9, 0.95, 0.99};
-    int i;
-    printf("\n== Distributions ==\n");
-    printf("%6s %10s %10s %10s %10s\n", "p", "normal", "t(10)", "chi2(5)", "F(3,20)");
-    for (i = 0; i < 3; ++i)
-        printf("%6.2f %10.4f %10.4f %10.4f %10.4f\n", p[i], orvls_d_normal_inverse_cdf(p[i]),
-               orvls_d_t_inverse(p[i], 10), orvls_d_chi_squared_inverse_cdf(p[i], 5),
-               orvls_d_F_inverse_cdf(p[i], 3, 20));
-    printf("p-values: z = 2.5: %.5f; t = 2.5, 10 df: %.5f; chi2 = 11.07, 5 df: %.5f; F = 3.1, (3, 20) df: %.5f\n",
-           1 - orvls_d_normal_cdf(2.5), 1 - orvls_d_t_cdf(2.5, 10), 1 - orvls_d_chi_squared_cdf(11.07, 5),
-           1 - orvls_d_F_cdf(3.1, 3, 20));
-}
-
-/* A data summary: the simple statistics of a dozen plants, one height not
- * recorded, with the median and scale. */
-static void tour_statistics(void)
-{
-    const char *statistics[] = {"mean", "variance", "std. dev.", "skewness", "kurtosis", "minimum", "maximum",
-                                "range", "coef. var.", "count", "lower mean", "upper mean", "lower var.",
-                                "upper var.", "median", "med. abs. dev.", "scale"};
-    const char *variables[] = {"height cm", "leaves", "weight g"};
-    double plants[12 * 3] = {12.1, 8,  3.2, 14.3, 9,  3.9, 11.8,      7,  2.8, 15.2, 11, 4.4,
-                             13.0, 8,  3.5, 0.0 / 0.0, 10, 4.1, 12.7, 9,  3.4, 16.1, 12, 4.9,
-                             10.9, 6,  2.5, 13.8, 10, 3.8, 14.9,      11, 4.3, 12.4, 8,  3.1};
-    double *summary;
-    printf("\n== Simple statistics ==\n");
-    fflush(stdout);
-    summary = orvls_d_simple_statistics(12, 3, plants, ORVLS_MEDIAN_AND_SCALE, ORVLS_MISSING_ELEMENTWISE, 0);
-    orvls_d_write_matrix("Summary of twelve plants", 17, 3, summary, ORVLS_ROW_LABELS, statistics, ORVLS_COL_LABELS,
-                         variables, 0);
-    orvls_free_allocated_memory(summary);
-}
-
-/* Random samples: a seeded normal sample summarised by the simple
- * statistics, and a few Poisson and binomial draws. */
-static void tour_sampling(void)
-{
-    double sample[1000], *summary;
-    int64_t poisson[5], binomial[5];
-    int i;
-    orvls_random_option(1);
-    orvls_random_seed_set(123457);
-    orvls_d_random_normal(1000, ORVLS_MEAN, 50.0, ORVLS_VARIANCE, 4.0, ORVLS_RETURN_USER, sample, 0);
-    summary = orvls_d_simple_statistics(1000, 1, sample, 0);
-    orvls_random_poisson(5, 4.0f, ORVLS_RETURN_USER, poisson, 0);
-    orvls_d_random_binomial(5, 20, 0.3, ORVLS_RETURN_USER, binomial, 0);
-    printf("\n== Random samples ==\n");
-    printf("normal(50, 4), n = 1000: mean %.4f, standard deviation %.4f\n", summary[0], summary[2]);
-    orvls_free_allocated_memory(summary);
-    printf("poisson(4):");
-    for (i = 0; i < 5; ++i)
-        printf(" %lld", (long long)poisson[i]);
-    printf("\nbinomial(20, 0.3):");
-    for (i = 0; i < 5; ++i)
-        printf(" %lld", (long long)binomial[i]);
-    printf("\n");
-}
+void tour_errors(void);
+void tour_machine(void);
+void tour_printing(void);
+void tour_kernels(void);
+void tour_special(void);
+void tour_distributions(void);
+void tour_statistics(void);
+void tour_random(void);
+void tour_sampling(void);
 
 int main(void)
 {

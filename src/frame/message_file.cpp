@@ -25,7 +25,8 @@ namespace orvls {
 namespace {
 
 constexpr char kFileName[] = "orvls_e.bin";
-constexpr char kDefaultSearchPath[] = ".;$LIB;/lib;c:/lib";
+// The classic places first, then the data directory of the installed library.
+constexpr char kDefaultSearchPath[] = ".;$LIB;/lib;c:/lib;" ORVLS_MESSAGE_DIR;
 constexpr std::size_t kListCapacity = 1024;  // the search list, and the path found
 constexpr uint16_t kMagic = 29432;
 constexpr int kHeaderWords = 7;
