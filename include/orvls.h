@@ -1,10 +1,11 @@
-/*
- * orvls.h - the public interface of the orvls statistical library.
+/**
+ * @file orvls.h
+ * @brief The public interface of the orvls statistical library.
  *
  * One header, valid C99 and C++.  Every public routine exists as
- * orvls_f_<name> (float) and orvls_d_<name> (double); the names below are
+ * `orvls_f_<name>` (float) and `orvls_d_<name>` (double); the names are
  * macros that map each public name to its exported numbered symbol
- * orvls_NNNNN, which is what compiled callers bind to.  The kernels, the
+ * `orvls_NNNNN`, which is what compiled callers bind to.  The kernels, the
  * error primitives and a few services keep their plain names.
  *
  * Conventions
@@ -15,10 +16,28 @@
  *    precisions; the _ADR forms pass a pointer to the routine's own real type.
  *  - Failures are never return codes: a routine records an error on the
  *    calling thread's error stack and returns NULL (or NaN for a scalar).
- *    Read orvls_n1rty(1) and orvls_error_code() after the call.
- *  - Memory the library returns is released with orvls_free_allocated_memory
+ *    Read orvls_n1rty(1) and orvls_error_code() after the call.  An error
+ *    is told below by its type (see @ref ORVLS_NOTE and the types after it),
+ *    its code and the message parameters it sets (int 1, real 1, text 1,
+ *    ...); its text comes from the message file `orvls_e.bin`.
+ *  - Every routine with an option list may raise, besides the errors told
+ *    with it: type 5 code 11001, an unknown option code (int 1 = the code,
+ *    int 2 = its place); type 5 code 104, a null array given to an option
+ *    that fills one; type 5 code 200, not enough memory.  Any public
+ *    routine may raise type 5 code 102 when the signal guard catches a
+ *    signal in it, and type 4 code 499 when a second thread called the
+ *    library while signal trapping was on.
+ *  - Memory the library returns is released with orvls_free_allocated_memory()
  *    (or free).
  *  - Public matrices are row-major.
+ *
+ * The message file is searched for in the directories of the search path
+ * set with @ref ORVLS_ERROR_MSG_PATH, else of `ORVLSERRPATH` (a `;`-separated
+ * list, `$NAME` items standing for the value of the variable NAME), else of
+ * the default list `.;$LIB;/lib;c:/lib;<datadir>/orvls`, whose last item is the
+ * data directory of the installed library (`share/orvls` under the install
+ * prefix): an installed library finds its messages without `ORVLSERRPATH`.
+ * Without the file, reports read "Error code N.".
  */
 #ifndef ORVLS_H
 #define ORVLS_H
@@ -26,19 +45,28 @@
 #include <stdint.h>
 #include <stdio.h>
 
+/** @cond INTERNAL */
 #if defined(ORVLS_BUILDING)
 #define ORVLS_API __attribute__((visibility("default")))
 #else
 #define ORVLS_API
 #endif
+/** @endcond */
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
+/* Every public routine, option code and record field below carries a
+ * Doxygen comment, and each family's section is a Doxygen group; the docs
+ * target fails on anything undocumented.  An option code defined again in a
+ * later family keeps a plain comment there: Doxygen refuses a member
+ * documented in two groups. */
+
 /* ---------------------------------------------------------------------- */
 /* Numbered symbols: the one table that assigns every public routine its  */
 /* exported number.  Float and double forms are adjacent, float lower.    */
+/** @cond NUMBERED_SYMBOLS */
 /* BEGIN NUMBERED SYMBOLS */
 /* Run-time frame: CPU clock, error settings, machine constants, version */
 #define orvls_ctime                        orvls_20226
@@ -277,152 +305,271 @@ extern "C" {
 #define orvls_f_mlff_network_forecast      orvls_20508
 #define orvls_d_mlff_network_forecast      orvls_20509
 /* END NUMBERED SYMBOLS */
+/** @endcond */
 
 /* ---------------------------------------------------------------------- */
-/* Complex scalars, laid out as two reals (real part first).              */
-typedef struct { float re, im; } orvls_f_complex;
-typedef struct { double re, im; } orvls_d_complex;
+/** A complex float, laid out as two reals. */
+typedef struct {
+    float re; /**< real part */
+    float im; /**< imaginary part */
+} orvls_f_complex;
+/** A complex double, laid out as two reals. */
+typedef struct {
+    double re; /**< real part */
+    double im; /**< imaginary part */
+} orvls_d_complex;
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN FRAME */
+/** @addtogroup frame
+ * @{ */
 /* Error types. */
-#define ORVLS_NOTE              1 /* results stand */
-#define ORVLS_ALERT             2 /* results stand */
-#define ORVLS_WARNING           3 /* results stand */
-#define ORVLS_FATAL             4 /* results void */
-#define ORVLS_TERMINAL          5 /* results void */
-#define ORVLS_WARNING_IMMEDIATE 6 /* results stand, reported at once */
-#define ORVLS_FATAL_IMMEDIATE   7 /* results void, reported at once */
-#define ORVLS_INTERNAL          8 /* the process ends */
+#define ORVLS_NOTE              1 /**< error type 1, note: results stand; not printed by default */
+#define ORVLS_ALERT             2 /**< error type 2, alert: results stand; not printed by default */
+#define ORVLS_WARNING           3 /**< error type 3, warning: results stand */
+#define ORVLS_FATAL             4 /**< error type 4, fatal: results void; stops the program by default */
+#define ORVLS_TERMINAL          5 /**< error type 5, terminal: results void, reported at once; stops by default */
+#define ORVLS_WARNING_IMMEDIATE 6 /**< error type 6: results stand, reported at once */
+#define ORVLS_FATAL_IMMEDIATE   7 /**< error type 7: results void, reported at once */
+#define ORVLS_INTERNAL          8 /**< error type 8, internal: reported with a traceback, the process ends */
 
-/* A print routine receives each report: type, code, routine name, message. */
+/** A print routine receives each report instead of the error stream
+ * (@ref ORVLS_ERROR_PRINT_PROC).
+ * @param type the error type, 1 to 8
+ * @param code the error code
+ * @param name the routine that raised the error
+ * @param message the message, its parameters substituted */
 typedef void (*orvls_print_routine)(int64_t type, int64_t code, const char *name, const char *message);
-/* An observer of every report and of every return to the caller. */
+/** An observer of every report and of every return to the caller
+ * (orvls_set_at_checksum()).
+ * @param type the error type, or 0 on a clean return
+ * @param code the error code
+ * @param message the message, its parameters substituted */
 typedef void (*orvls_checksum_hook)(int64_t type, int64_t code, const char *message);
 
-/* The error stack.  A routine pushes its name on entry and pops it on exit;
- * an error recorded meanwhile is reported when the routine the caller called
- * returns.  Message parameters are numbered 1 to 9. */
+/** Pushes a routine's name on the calling thread's error stack.  A routine
+ * pushes its name on entry and pops it on exit; an error recorded
+ * meanwhile is reported when the routine the caller called returns.
+ * Errors: type 8 code 60000, the stack is more than 200 deep.
+ * @param name the routine's name, kept by pointer until the pop */
 ORVLS_API void orvls_e1psh(const char *name);
+/** Pops a routine's name from the error stack and reports what its level
+ * holds, by the print, stop and traceback settings of the error's type.
+ * Errors: type 8 code 60001, `name` is not at the top (text 1, 2 = the
+ * name given and the one on top).
+ * @param name the name given to the matching orvls_e1psh() */
 ORVLS_API void orvls_e1pop(const char *name);
+/** Records an error of the running routine with a message template.  The
+ * template substitutes the message parameters: `%(I1)` integer, `%(D1)`
+ * `%(R1)` real, `%(C1)` `%(Z1)` complex, `%(L1)` text (digits 1 to 9,
+ * optionally with a printf conversion as in `%(D1%.3g)`), `%/` a newline.
+ * Type 0 with code 0 clears the level's error.  A type
+ * outside -1..8 is an internal error (type 8 code 160) that ends the
+ * process.
+ * @param type the error type, 1 to 8 (see @ref ORVLS_NOTE)
+ * @param code the error code
+ * @param message_template the message with parameter references */
 ORVLS_API void orvls_e1mes(int64_t type, int64_t code, const char *message_template);
+/** Records an error with the template of its code from the message file;
+ * otherwise as orvls_e1mes().
+ * @param type the error type, 1 to 8
+ * @param code the error code, looked up modulo 100000 */
 ORVLS_API void orvls_ermes(int64_t type, int64_t code);
+/** Sets integer message parameter i (`%(I<i>)`); an index outside 1..9 is ignored.
+ * @param i the parameter's number, 1 to 9
+ * @param value its value */
 ORVLS_API void orvls_e1sti(int64_t i, int64_t value);
+/** Sets real message parameter i (`%(R<i>)`) from a float.
+ * @param i the parameter's number, 1 to 9
+ * @param value its value */
 ORVLS_API void orvls_e1str(int64_t i, float value);
+/** Sets real message parameter i (`%(D<i>)`) from a double.
+ * @param i the parameter's number, 1 to 9
+ * @param value its value */
 ORVLS_API void orvls_e1std(int64_t i, double value);
+/** Sets complex message parameter i (`%(C<i>)`) from a float complex.
+ * @param i the parameter's number, 1 to 9
+ * @param value its value */
 ORVLS_API void orvls_e1stc(int64_t i, orvls_f_complex value);
+/** Sets complex message parameter i (`%(Z<i>)`) from a double complex.
+ * @param i the parameter's number, 1 to 9
+ * @param value its address */
 ORVLS_API void orvls_e1stz(int64_t i, const orvls_d_complex *value);
+/** Sets text message parameter i (`%(L<i>)`); the text is kept by pointer
+ * until the message is formed.
+ * @param i the parameter's number, 1 to 9 (or -1 to -9, the same)
+ * @param text the text */
 ORVLS_API void orvls_e1stl(int64_t i, const char *text);
-/* Type of the routine now running (level 0) or of the one that returned last (level 1). */
+/** The error type of the routine now running (level 0) or of the routine
+ * that returned last (level 1): 0 when clean.  Errors: type 8 code 122, a
+ * level other than 0 and 1.
+ * @param level 0 or 1
+ * @return the error type, 0 to 8 */
 ORVLS_API int64_t orvls_n1rty(int64_t level);
-/* Code of the routine that returned last: after a public call, that call's code. */
+/** The error code of the routine that returned last: after a public call,
+ * that call's code, 0 when clean.
+ * @return the error code */
 ORVLS_API int64_t orvls_error_code(void);
-/* Read (type -8..-1) or set (type 0: types 1-7, values >= 0; type 1..8: values >= 1)
- * the print and stop settings of an error type. */
+/** Reads or sets the print and stop settings of error types.  Type -8..-1
+ * reads the settings of type -type into *print and *stop; type 0 sets
+ * types 1 to 7 from the values that are 0 or more; type 1..8 sets that
+ * type from the values that are 1 or more.  By default types 3 to 8 are
+ * printed and types 4, 5 and 8 stop the program.  Errors: type 5 code 132,
+ * a type outside -8..8 (int 3 = the type).
+ * @param type the type, as above
+ * @param print the print setting, read or given (1 prints)
+ * @param stop the stop setting, read or given (1 stops the program with
+ *        the type as its exit status) */
 ORVLS_API void orvls_e1pos(int64_t type, int64_t *print, int64_t *stop);
-/* Library-wide observer of reports; NULL turns it off. */
+/** Sets the library-wide observer of reports.
+ * @param hook the observer; NULL turns it off */
 ORVLS_API void orvls_set_at_checksum(orvls_checksum_hook hook);
-/* Selector 1 increments a library-wide counter and returns it; 2 returns it and clears it. */
+/** A library-wide counter.  Errors: type 8 code 60003, another selector.
+ * @param selector 1 increments the counter and returns it; 2 returns it
+ *        and clears it
+ * @return the counter */
 ORVLS_API int64_t orvls_n1rnof(int64_t selector);
 
-/* orvls_error_options(code, values..., code, values..., 0): per-thread error
- * settings (signal trapping is library-wide).  Types given to the GET/SET
- * codes must lie in 1..7. */
+/** Sets or reads the calling thread's error settings (signal trapping is
+ * library-wide): orvls_error_options(code, values..., code, values..., 0).
+ * Errors: type 5 code 132, a type given to a GET or SET code outside 1..7
+ * (int 3 = the type); type 5 code 200, no memory for a text copy; type 5
+ * code 11001, an unknown code.
+ * @param code the first option code, then its values, more codes, and 0 */
 ORVLS_API void orvls_error_options(int code, ...);
-#define ORVLS_ERROR_MSG_FILE_NAME  11400 /* const char * */
-#define ORVLS_ERROR_MSG_PATH       11410 /* const char *: search path of the message file */
-#define ORVLS_ERROR_PRINT_PROC     11420 /* orvls_print_routine; NULL restores the default */
-#define ORVLS_FULL_TRACEBACK       11850 /* int */
-#define ORVLS_GET_ERROR_FILE       11970 /* FILE ** */
-#define ORVLS_GET_PRINT            11990 /* int type, int64_t * */
-#define ORVLS_GET_STOP             12000 /* int type, int64_t * */
-#define ORVLS_GET_TRACEBACK        12010 /* int type, int64_t * */
-#define ORVLS_ERROR_FILE           14490 /* FILE * */
-#define ORVLS_SET_PRINT            14520 /* int type, int value */
-#define ORVLS_SET_STOP             14530 /* int type, int value */
-#define ORVLS_SET_TRACEBACK        14540 /* int type, int value */
-#define ORVLS_SIGNAL_TRAPPING_ON   16040
-#define ORVLS_SIGNAL_TRAPPING_OFF  16041
-#define ORVLS_SIGNAL_TRAPPING      16042 /* int */
-#define ORVLS_GET_PRINT_MODE       50000 /* int64_t * */
-#define ORVLS_PRINT_MODE           50010 /* int64_t: one of the modes below */
-#define ORVLS_PRINT_MODE_STREAM    50020 /* reports go to the error stream (default) */
-#define ORVLS_PRINT_MODE_BOX       50030 /* each report as one captioned block on the error stream */
-#define ORVLS_PRINT_MODE_CONSOLE   50040 /* reports go to standard output with CR LF line ends */
+#define ORVLS_ERROR_MSG_FILE_NAME  11400 /**< const char *: accepted and without effect (the file is orvls_e.bin) */
+#define ORVLS_ERROR_MSG_PATH       11410 /**< const char *: search path of the message file, before ORVLSERRPATH */
+#define ORVLS_ERROR_PRINT_PROC     11420 /**< orvls_print_routine: receives the reports; NULL restores the default */
+#define ORVLS_FULL_TRACEBACK       11850 /**< int: 1 makes tracebacks list every level of the stack */
+#define ORVLS_GET_ERROR_FILE       11970 /**< FILE **: receives the thread's error stream */
+#define ORVLS_GET_PRINT            11990 /**< int type, int64_t *: receives the print setting of the type */
+#define ORVLS_GET_STOP             12000 /**< int type, int64_t *: receives the stop setting of the type */
+#define ORVLS_GET_TRACEBACK        12010 /**< int type, int64_t *: receives the traceback setting of the type */
+#define ORVLS_ERROR_FILE           14490 /**< FILE *: the thread's error stream, where reports go */
+#define ORVLS_SET_PRINT            14520 /**< int type, int value: 1 prints reports of the type, 0 not */
+#define ORVLS_SET_STOP             14530 /**< int type, int value: 1 stops the program after a report of the type */
+#define ORVLS_SET_TRACEBACK        14540 /**< int type, int value: 1 adds a traceback to reports of the type */
+#define ORVLS_SIGNAL_TRAPPING_ON   16040 /**< turns the signal guard on (the default) */
+#define ORVLS_SIGNAL_TRAPPING_OFF  16041 /**< turns the signal guard off, as orvls_skip_signal_handler() */
+#define ORVLS_SIGNAL_TRAPPING      16042 /**< int: 1 on, 0 off */
+#define ORVLS_GET_PRINT_MODE       50000 /**< int64_t *: receives the print mode */
+#define ORVLS_PRINT_MODE           50010 /**< int64_t: the print mode, one of the modes below */
+#define ORVLS_PRINT_MODE_STREAM    50020 /**< print mode: reports go to the error stream (default) */
+#define ORVLS_PRINT_MODE_BOX       50030 /**< print mode: each report as one captioned block on the error stream */
+#define ORVLS_PRINT_MODE_CONSOLE   50040 /**< print mode: reports go to standard output with CR LF line ends */
 
-/* Public routines run under a guard that turns an invalid access or an
- * invalid instruction into an error (on by default).  With the guard on only
- * one thread may use the library; call this before a second thread's first
- * call to turn it off. */
+/** Turns the signal guard off.  Public routines run under a guard that
+ * turns an invalid access or an invalid instruction into an error (on by
+ * default).  With the guard on only one thread may use the library; call
+ * this before a second thread's first call. */
 ORVLS_API void orvls_skip_signal_handler(void);
-/* Releases memory that the library returned. */
+/** Releases memory that the library returned.
+ * @param pointer what a routine returned; NULL does nothing */
 ORVLS_API void orvls_free_allocated_memory(void *pointer);
 
-/* Transposition: a is row-major rows x columns; b receives its transpose, in
- * column-major order of that shape.  In place when a == b. */
+/** Transposes a matrix: a is row-major rows by columns; b receives its
+ * transpose, that is a in column-major order.  In place when a == b.
+ * Errors: type 5 code 620, rows below 1; type 5 code 621, columns below 1.
+ * @param rows the rows of a
+ * @param columns the columns of a
+ * @param a the matrix
+ * @param b its transpose, rows * columns elements, or a itself */
 ORVLS_API void orvls_f_m1ran(int64_t rows, int64_t columns, float *a, float *b);
+/** @copydoc orvls_f_m1ran() */
 ORVLS_API void orvls_d_m1ran(int64_t rows, int64_t columns, double *a, double *b);
+/** @copydoc orvls_f_m1ran() */
 ORVLS_API void orvls_i_m1ran(int64_t rows, int64_t columns, int64_t *a, int64_t *b);
+/** @} */
 /* END FRAME */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN MACHINE */
-/* The floating-point table, n = 1..8: smallest positive normal, largest
- * finite, smallest and largest relative spacing, log10(2) (the double form
- * repeats its high word in its low word), the NaN that marks missing and
- * undefined values, plus and minus infinity.  Another n raises 12009 and
- * gives 0. */
+/** @addtogroup machine
+ * @{ */
+/** The floating-point table: 1 smallest positive normal, 2 largest finite,
+ * 3 smallest and 4 largest relative spacing, 5 log10(2) (the double form
+ * repeats its high word in its low word), 6 the NaN that marks missing and
+ * undefined values, 7 plus and 8 minus infinity.  Errors: type 5 code
+ * 12009, n outside 1..8 (int 1 = n); the result is then 0.
+ * @param n the entry, 1 to 8
+ * @return the entry */
 ORVLS_API float orvls_amach(int64_t n);
+/** @copydoc orvls_amach() */
 ORVLS_API double orvls_dmach(int64_t n);
 
-/* The same tables as public routines (n = 1..8), and the integer table
- * (n = 0..12): 8, integer base, digits and largest value of a short and of
- * an int, floating-point base, then digits, smallest and largest exponent
- * of a float and of a double.  Out of range: 132, result 0. */
+/** The floating-point table of orvls_amach() as a public routine.  Errors:
+ * type 5 code 132, n outside 1..8 (int 1, 2 = the bounds, int 3 = n); the
+ * result is then 0.
+ * @param n the entry, 1 to 8
+ * @return the entry */
 ORVLS_API float orvls_f_machine(int64_t n);
+/** @copydoc orvls_f_machine() */
 ORVLS_API double orvls_d_machine(int64_t n);
+/** The integer table: 0 the value 8, 1 integer base, 2 digits
+ * and 3 largest value of a short, 4 digits and 5 largest value of an int,
+ * 6 floating-point base, then 7 digits, 8 smallest and 9 largest exponent
+ * of a float, and 10 to 12 the same of a double.  Errors: type 5 code 132,
+ * n outside 0..12; the result is then 0.
+ * @param n the entry, 0 to 12
+ * @return the entry */
 ORVLS_API int64_t orvls_i_machine(int64_t n);
 
-/* The thread's standard streams: n = 1, 2, 3 (input, output, error) stores
- * stream n through the pointer; n = -1, -2, -3 sets it from the pointer. */
+/** Reads or sets the calling thread's standard streams.  Errors: type 5
+ * code 12010, another n (int 1 = n); type 5 code 200, no memory for the
+ * thread's settings.
+ * @param n 1, 2, 3 (input, output, error) store stream n through the
+ *        pointer; -1, -2, -3 set it from the pointer
+ * @param stream where the stream is read from or stored */
 ORVLS_API void orvls_umach(int64_t n, FILE **stream);
 
-/* orvls_output_file(code, value, ..., 0): reads or sets the calling
- * thread's output and error streams (ORVLS_GET_ERROR_FILE and
- * ORVLS_ERROR_FILE above; the output stream with the two codes below).
- * Other threads keep their own streams. */
+/** Reads or sets the calling thread's output and error streams:
+ * orvls_output_file(code, value, ..., 0), with @ref ORVLS_GET_ERROR_FILE
+ * and @ref ORVLS_ERROR_FILE for the error stream and the two codes below
+ * for the output stream.  Other threads keep their own streams.  Errors:
+ * type 5 code 11001, an unknown code.
+ * @param code the first option code, then its value, more pairs, and 0 */
 ORVLS_API void orvls_output_file(int code, ...);
-#define ORVLS_GET_OUTPUT_FILE   11980 /* FILE ** */
-#define ORVLS_OUTPUT_FILE       14510 /* FILE * */
+#define ORVLS_GET_OUTPUT_FILE   11980 /**< FILE **: receives the thread's output stream */
+#define ORVLS_OUTPUT_FILE       14510 /**< FILE *: the thread's output stream, where printing goes */
 
-/* 1 when x is NaN (differs from itself), else 0; infinities are not NaN.
- * The test_nan forms are the same as public routines. */
+/** Tests for NaN: infinities are not NaN.
+ * @param x the value
+ * @return 1 when x is NaN (differs from itself), else 0 */
 ORVLS_API int64_t orvls_ifnan(float x);
+/** @copydoc orvls_ifnan() */
 ORVLS_API int64_t orvls_difnan(double x);
+/** The NaN test of orvls_ifnan() as a public routine.
+ * @param x the value
+ * @return 1 when x is NaN, else 0 */
 ORVLS_API int64_t orvls_f_test_nan(float x);
+/** @copydoc orvls_f_test_nan() */
 ORVLS_API int64_t orvls_d_test_nan(double x);
 
-/* orvls_d_constant(name, ..., 0): a named physical or mathematical constant
- * (AMU, ATM, AU, AVOGADRO, BOLTZMAN(N), C, CATALAN, E, ELECTRONCHARGE,
- * ELECTRONMASS, ELECTRONVOLT, EULER, FARADAY, FINESTRUCTURE, GAMMA, GAS,
- * GRAVITY, HBAR, PERFECTGASVOLUME, PI, PLANCK, PROTONMASS, RYDBERG,
- * SPEEDLIGHT, STANDARDGRAVITY, STANDARDPRESSURE, STEFANBOLTZMAN(N),
- * WATERTRIPLE), named without regard to case, in SI units or in the unit
- * that ORVLS_UNIT gives.  NaN on failure.
+/** A named physical or mathematical constant:
+ * orvls_d_constant(name, [ORVLS_UNIT, unit,] 0).  The names (without
+ * regard to case) are AMU, ATM, AU, AVOGADRO, BOLTZMAN(N), C, CATALAN, E,
+ * ELECTRONCHARGE, ELECTRONMASS, ELECTRONVOLT, EULER, FARADAY,
+ * FINESTRUCTURE, GAMMA, GAS, GRAVITY, HBAR, PERFECTGASVOLUME, PI, PLANCK,
+ * PROTONMASS, RYDBERG, SPEEDLIGHT, STANDARDGRAVITY, STANDARDPRESSURE,
+ * STEFANBOLTZMAN(N) and WATERTRIPLE; the value is in SI units or in the
+ * unit that @ref ORVLS_UNIT gives.
  *
  * Unit expressions (case is ignored, blanks between tokens are skipped):
- *     expression := term { ("*" | "/") term }        left to right:
- *                                                    J/mole/K = J/(mole*K)
- *     term       := factor [ "^" ["+" | "-"] digits ] integer powers
- *     factor     := word | "(" expression ")"
- *     word       := letters and digits, e.g. M, KM, KILOMETER, 1
+ * @verbatim
+   expression := term { ("*" | "/") term }        left to right:
+                                                  J/mole/K = J/(mole*K)
+   term       := factor [ "^" ["+" | "-"] digits ] integer powers
+   factor     := word | "(" expression ")"
+   word       := letters and digits, e.g. M, KM, KILOMETER, 1
+   @endverbatim
  * A word is read, first match winning, as
- *     1. a unit name: MIN is the minute, MICRON the micron, T the tesla;
- *     2. a full prefix and a unit name: KILOMETER, MILLISECOND, MEGAHERTZ;
- *     3. a one-letter prefix and a unit name: KM, KG, MS, NM, UFARAD.
- *        The letters are A atto, F femto, P pico, N nano, U micro, M milli,
- *        C centi, K kilo, G giga, T tera, D deci; mega, myria and deca have
- *        none.  So FT is the femtotesla: write FOOT or FEET.
+ *  1. a unit name: MIN is the minute, MICRON the micron, T the tesla;
+ *  2. a full prefix and a unit name: KILOMETER, MILLISECOND, MEGAHERTZ;
+ *  3. a one-letter prefix and a unit name: KM, KG, MS, NM, UFARAD.
+ *     The letters are A atto, F femto, P pico, N nano, U micro, M milli,
+ *     C centi, K kilo, G giga, T tera, D deci; mega, myria and deca have
+ *     none.  So FT is the femtotesla: write FOOT or FEET.
+ *
  * A prefix binds to its unit before a power: CM^3 is 1e-6 M^3.  Powers lie
  * within -99..99, as do the exponents of the result; groups nest at most 16
  * deep.  The text "SI" (alone) is the SI unit of the constant's own
@@ -430,568 +577,1223 @@ ORVLS_API int64_t orvls_d_test_nan(double x);
  * 1/s*A, L is s^3, SEC is dimensionless and AMU is the kilogram; use
  * COULOMB, LITER and S, and the constant AMU for the atomic mass unit.
  *
- * Errors: 12112 the unit differs in dimension from the constant (string 1,
- * 2 = the constant's unit and the unit asked for); 12113 (warning, the
- * result stands) a temperature scale with an offset (CELSIUS, DEGC, DEGF,
- * FAHRENHEIT) took part: only the scale factor is applied, which is right
- * for differences of temperature; 12114 a word that is not a unit (string 1
- * = the unit text, int 1 = its position, int 2 = its length); 12115 a unit
- * text that cannot be read, or whose power, exponents or factor run out of
- * range (string 1 = the text, int 1 = the position); 12116 an unknown
- * constant name (string 1 = the name). */
+ * Errors (type 5 unless told): 12112 the unit differs in dimension from the
+ * constant (text 1, 2 = the constant's unit and the unit asked for); 12113
+ * (type 3, the result stands) a temperature scale with an offset (CELSIUS,
+ * DEGC, DEGF, FAHRENHEIT) took part: only the scale factor is applied,
+ * which is right for differences of temperature; 12114 a word that is not
+ * a unit (text 1 = the unit text, int 1 = its position, int 2 = its
+ * length); 12115 a unit text that cannot be read, or whose power,
+ * exponents or factor run out of range (text 1 = the text, int 1 = the
+ * position); 12116 an unknown constant name (text 1 = the name); 11001 an
+ * unknown option code.
+ * @param name the constant's name
+ * @param ... the option list, ended by 0
+ * @return the constant, NaN on failure */
 ORVLS_API float orvls_f_constant(const char *name, ...);
+/** @copydoc orvls_f_constant() */
 ORVLS_API double orvls_d_constant(const char *name, ...);
-#define ORVLS_UNIT              15750 /* const char *: unit of the result */
+#define ORVLS_UNIT              15750 /**< const char *: unit of the result of orvls_d_constant() */
 
-/* orvls_version(selector): a text the caller frees with
- * orvls_free_allocated_memory, read from an environment variable set when
- * the library is installed; empty when it is unset. */
+/** A version text, read from an environment variable set when the library
+ * is installed; the value part is empty when the variable is unset.
+ * Errors: type 5 code 103, an unknown selector (int 1 = the selector);
+ * type 5 code 200, no memory.
+ * @param selector one of the four codes below
+ * @return a text the caller frees with orvls_free_allocated_memory(), NULL
+ *         on failure */
 ORVLS_API char *orvls_version(int64_t selector);
-#define ORVLS_COMPILER_VERSION  10780 /* KVL_COMPILER_VERSION */
-#define ORVLS_LIBRARY_VERSION   12760 /* "ORVL Statkit Version " and KVL_VERSION */
-#define ORVLS_LICENSE_NUMBER    12770 /* KVL_LICENSE_NUMBER */
-#define ORVLS_OS_VERSION        13630 /* KVL_OS_VERSION */
+#define ORVLS_COMPILER_VERSION  10780 /**< selector: the compiler version, from KVL_COMPILER_VERSION */
+#define ORVLS_LIBRARY_VERSION   12760 /**< selector: "ORVL Statkit Version " and KVL_VERSION */
+#define ORVLS_LICENSE_NUMBER    12770 /**< selector: the licence number, from KVL_LICENSE_NUMBER */
+#define ORVLS_OS_VERSION        13630 /**< selector: the system version, from KVL_OS_VERSION */
 
-/* CPU time of the calling thread, in seconds. */
+/** The CPU time of the calling thread.
+ * @return seconds */
 ORVLS_API double orvls_ctime(void);
+/** @} */
 /* END MACHINE */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN SPECIAL */
-/* Special functions.  Scalar, no option list; NaN (0 for the factorial) on
- * failure, with the error on the stack. */
-/* Gamma(x) and log|Gamma(x)|. */
+/** @addtogroup special
+ * @{ */
+/** Gamma(x).  Errors: type 5 code 9024, x = 0; type 5 code 9006, x a
+ * negative integer (real 1 = x); type 4 code 9009, x above the overflow
+ * limit (real 1 = x, real 2 = the limit); type 4 code 9011, x so near 0
+ * that the result overflows (real 1 = x); type 2 code 9014, x below the
+ * underflow limit, the result is 0 (real 1, 2 as for 9009); type 3 code
+ * 9020, x so near a negative integer that digits are lost (real 1 = x);
+ * type 4 code 9021, the reflection term is 0 (real 1 = x).
+ * @param x the argument
+ * @return Gamma(x), NaN on failure */
 ORVLS_API float orvls_f_gamma(float x);
+/** @copydoc orvls_f_gamma() */
 ORVLS_API double orvls_d_gamma(double x);
+/** log|Gamma(x)|.  Errors: type 4 code 9013, |x| above the overflow limit
+ * (real 1 = x, real 2 = the limit); type 5 code 9024, x = 0, and type 5
+ * code 9006, x a negative integer (real 1 = x); type 3 code 9020, x so
+ * near a negative integer that digits are lost (real 1 = x).
+ * @param x the argument
+ * @return log|Gamma(x)|, NaN on failure */
 ORVLS_API float orvls_f_log_gamma(float x);
+/** @copydoc orvls_f_log_gamma() */
 ORVLS_API double orvls_d_log_gamma(double x);
-/* The lower incomplete gamma function: the integral of t^(a-1) e^-t over [0, x]. */
+/** The lower incomplete gamma function: the integral of t^(a-1) e^-t over
+ * [0, x].  Errors: type 5 code 9032, a not above 0 (real 1 = a); type 5
+ * code 9033, x below 0 (real 1 = x); type 4 codes 9034 and 9035, the
+ * series or the continued fraction did not converge in 200 terms; type 3
+ * code 9037, digits lost.
+ * @param a the shape, above 0
+ * @param x the upper limit, 0 or more
+ * @return the integral, NaN on failure */
 ORVLS_API float orvls_f_gamma_incomplete(float a, float x);
+/** @copydoc orvls_f_gamma_incomplete() */
 ORVLS_API double orvls_d_gamma_incomplete(double a, double x);
-/* B(a, b), log B(a, b) and the regularised incomplete beta I_x(a, b). */
+/** The beta function B(a, b) = Gamma(a) Gamma(b) / Gamma(a + b).  Errors:
+ * type 5 code 9031, a or b not above 0 (real 1 = a, real 2 = b); type 2
+ * code 9018, the result underflows and is 0 (real 1 = a, real 2 = b).
+ * @param a the first parameter, above 0
+ * @param b the second parameter, above 0
+ * @return B(a, b), NaN on failure */
 ORVLS_API float orvls_f_beta(float a, float b);
+/** @copydoc orvls_f_beta() */
 ORVLS_API double orvls_d_beta(double a, double b);
+/** log B(a, b).  Errors: type 5 code 9038, a or b not above 0.
+ * @param a the first parameter, above 0
+ * @param b the second parameter, above 0
+ * @return log B(a, b), NaN on failure */
 ORVLS_API float orvls_f_log_beta(float a, float b);
+/** @copydoc orvls_f_log_beta() */
 ORVLS_API double orvls_d_log_beta(double a, double b);
+/** The regularised incomplete beta function I_x(a, b).  Errors: type 5
+ * code 120, x outside [0, 1] (text 1 = "x", reals 1 and 2 = the bounds,
+ * real 3 = x); type 5 code 9031, a or b not above 0 (real 1 = a, real 2 =
+ * b).
+ * @param x the upper limit, 0 to 1
+ * @param a the first parameter, above 0
+ * @param b the second parameter, above 0
+ * @return I_x(a, b), NaN on failure */
 ORVLS_API float orvls_f_beta_incomplete(float x, float a, float b);
+/** @copydoc orvls_f_beta_incomplete() */
 ORVLS_API double orvls_d_beta_incomplete(double x, double a, double b);
-/* erf(x), erfc(x), and the y with erfc(y) = x for 0 < x < 2. */
+/** The error function erf(x); it raises no error.
+ * @param x the argument
+ * @return erf(x) */
 ORVLS_API float orvls_f_erf(float x);
+/** @copydoc orvls_f_erf() */
 ORVLS_API double orvls_d_erf(double x);
+/** The complementary error function erfc(x) = 1 - erf(x).  Errors: type 2
+ * code 9015, x beyond the underflow limit, the result is 0 (real 1 = x,
+ * real 2 = the limit).
+ * @param x the argument
+ * @return erfc(x) */
 ORVLS_API float orvls_f_erfc(float x);
+/** @copydoc orvls_f_erfc() */
 ORVLS_API double orvls_d_erfc(double x);
+/** The inverse of erfc: the y with erfc(y) = x.  Errors: type 4 code 120,
+ * x outside (0, 2) (text 1 = "x", reals 1 and 2 = the bounds, real 3 = x);
+ * type 3 code 30002, x so near 2 that the result is less accurate (real 1
+ * = x, real 2 = the limit); type 4 code 30003, Newton's method did not
+ * converge in 100 steps.
+ * @param x the argument, 0 < x < 2
+ * @return y, NaN on failure */
 ORVLS_API float orvls_f_erfc_inverse(float x);
+/** @copydoc orvls_f_erfc_inverse() */
 ORVLS_API double orvls_d_erfc_inverse(double x);
-/* n! as an integer (through Gamma(n + 1) truncated: exact up to 20!). */
+/** n! as an integer, through Gamma(n + 1) truncated: exact up to 20!
+ * (the float form is exact while Gamma(n + 1) is in float).  Errors: type
+ * 5 code 603, n below 0 (text 1 = "n", int 1 = n, int 2 = 0), the result
+ * is 0; type 4 code 9009, Gamma(n + 1) overflows (real 1 = n + 1, real 2 =
+ * the limit).
+ * @param n the argument, 0 or more
+ * @return n! */
 ORVLS_API int64_t orvls_f_factorial(int64_t n);
+/** @copydoc orvls_f_factorial() */
 ORVLS_API int64_t orvls_d_factorial(int64_t n);
-/* The binomial coefficient C(n, m), with any fraction cut off. */
+/** The binomial coefficient C(n, m), with any fraction cut off.  Errors:
+ * type 5 code 603, m or n below 0 (text 1 = its name, int 1 = its value,
+ * int 2 = 0); type 5 code 600, n below m (texts 1, 2 = "n", "m", ints 1, 2
+ * = their values); type 5 code 20402, the coefficient overflows.
+ * @param n the size of the set, 0 or more
+ * @param m the size of the subsets, 0 to n
+ * @return C(n, m), NaN on failure */
 ORVLS_API float orvls_f_binomial_coefficient(int64_t n, int64_t m);
+/** @copydoc orvls_f_binomial_coefficient() */
 ORVLS_API double orvls_d_binomial_coefficient(int64_t n, int64_t m);
+/** @} */
 /* END SPECIAL */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN RANDOM */
-/* Uniform generators, seeds and streams.
- *
- * Each thread has its own stream, drawn by every random routine of the
- * library.  Nine generators (orvls_random_option):
- *   1, 2  multiplicative congruential, multiplier 16807, modulus 2^31 - 1
- *   3, 4  the same with multiplier 397204094
- *   5, 6  the same with multiplier 950706376
- *         (even options pass the deviates through a 128-entry shuffle table)
- *   7     generalized feedback shift register x(t) = x(t-1563) XOR x(t-96)
- *   8     32-bit Mersenne twister (MT19937): (y + 0.5) 2^-32
- *   9     64-bit Mersenne twister (MT19937-64): (x >> 11) 2^-53
- * A thread starts with option 1; without a seed the first draw seeds the
- * stream from the clock.  Neither a new seed nor a new option resets a
- * shuffle table, the register or a twister: restart one with its table set
- * routine (a first element of 0, a first word of 0, word 0 above 625 or 313).
- *
- * Errors: 602 an option outside 1..9; 603 a count below 1; 11001 an unknown
- * option code (int 1 = code, int 2 = place); 104 a null ORVLS_RETURN_USER
- * array; 11031 a shuffle-table value outside (0, 1) (real 1 = value, int 1 =
- * its zero-based index); 65100 a substream asked of a shuffled generator;
- * 65101 a substream asked of options 7 to 9; 65102 a shift-register word
- * below 1 or a tap outside 1..1563 (int 1 = value, int 2 = zero-based
- * index); 200 memory. */
-#define ORVLS_RETURN_USER 14280 /* the caller's array for the result */
+/** @addtogroup random
+ * @{ */
+#define ORVLS_RETURN_USER 14280 /**< real * or int64_t *: the caller's array for the result, which is returned */
 
-/* Chooses the generator, 1 to 9. */
+/** Chooses the calling thread's generator.  Errors: type 5 code 602, an
+ * option outside 1..9 (text 1 = "generator_option", int 1 = the option).
+ * @param generator_option 1 to 9, as on the family page */
 ORVLS_API void orvls_random_option(int64_t generator_option);
+/** The calling thread's generator.
+ * @return 1 to 9 */
 ORVLS_API int64_t orvls_random_option_get(void);
-/* Seeds the stream: 1 to 2147483646; 0 takes a fresh seed from the clock at
- * each call; any other value is ignored. */
+/** Seeds the calling thread's stream.
+ * @param seed 1 to 2147483646; 0 takes a fresh seed from the clock at each
+ *        call; any other value is ignored */
 ORVLS_API void orvls_random_seed_set(int64_t seed);
-/* The current state of the congruential generators and the register (the
- * twisters keep theirs in their tables). */
+/** The current state of the congruential generators and the register (the
+ * twisters keep theirs in their tables).
+ * @return the seed that continues the stream */
 ORVLS_API int64_t orvls_random_seed_get(void);
-/* The seed a fixed jump ahead in the stream of option 1, 3 or 5. */
+/** The seed a fixed jump ahead in the stream of option 1, 3 or 5.  Errors:
+ * type 5 code 65100, the thread's generator is a shuffled one (2, 4, 6);
+ * type 5 code 65101, it is option 7, 8 or 9.
+ * @param seed the seed of the current substream
+ * @return the seed of the next substream, 0 on failure */
 ORVLS_API int64_t orvls_random_substream_seed_get(int64_t seed);
 
-/* orvls_d_random_uniform(n_random, [ORVLS_RETURN_USER, r,] 0): n_random
- * deviates of the stream, in an array the caller frees (or in r, which is
- * returned).  Only the first option pair is read. */
+/** Uniform deviates of the thread's stream on (0, 1):
+ * orvls_d_random_uniform(n_random, [ORVLS_RETURN_USER, r,] 0).  Only the
+ * first option pair is read.  Errors: type 5 code 603, n_random below 1;
+ * type 5 code 11001, an unknown option code; type 5 code 104, a null
+ * array; type 5 code 200, no memory.
+ * @param n_random the number of deviates, 1 or more
+ * @param ... the option list, ended by 0
+ * @return an array the caller frees (or r), NULL on failure */
 ORVLS_API float *orvls_f_random_uniform(int64_t n_random, ...);
+/** @copydoc orvls_f_random_uniform() */
 ORVLS_API double *orvls_d_random_uniform(int64_t n_random, ...);
 
-/* Saved state.  Each get routine takes the address of a pointer that
- * receives an array it allocates, or fills the caller's array given with
- * ORVLS_RETURN_USER (the pointer is then left alone).
- *   shuffle table (per precision): 128 values in (0, 1)
- *   shift register: 1565 integers, the 1563 words then the two taps
- *   MT32: 625 words, the index (0..625) then the state; MT64: 313 words */
+/** Reads the shuffle table of generators 2, 4 and 6: 128 values in (0, 1).
+ * Each get routine takes the address of a pointer that receives an array
+ * it allocates, or fills the caller's array given with
+ * @ref ORVLS_RETURN_USER (the pointer is then left alone).  Errors: type 5
+ * code 11001, an unknown option code; type 5 code 200, no memory.
+ * @param table receives the allocated table
+ * @param ... the option list, ended by 0 */
 ORVLS_API void orvls_f_random_table_get(float **table, ...);
+/** @copydoc orvls_f_random_table_get() */
 ORVLS_API void orvls_d_random_table_get(double **table, ...);
+/** Sets the shuffle table; a first element not above 0 restarts it from the
+ * stream at the next draw.  Errors: type 5 code 11031, a value outside (0,
+ * 1) (real 1 = the value, int 1 = its zero-based index).
+ * @param table 128 values */
 ORVLS_API void orvls_f_random_table_set(const float *table);
+/** @copydoc orvls_f_random_table_set() */
 ORVLS_API void orvls_d_random_table_set(const double *table);
+/** Reads the shift register of generator 7: 1565 integers, the 1563 words
+ * then the two taps; as orvls_f_random_table_get().
+ * @param table receives the allocated table
+ * @param ... the option list, ended by 0 */
 ORVLS_API void orvls_random_GFSR_table_get(int64_t **table, ...);
+/** Sets the shift register; a first word below 1 restarts it from the stream.
+ * Errors: type 5 code 65102, a word below 1 or a tap outside 1..1563 (int
+ * 1 = the value, int 2 = its zero-based index).
+ * @param table 1565 integers */
 ORVLS_API void orvls_random_GFSR_table_set(const int64_t *table);
+/** Reads the state of the 32-bit twister (generator 8): 625 words, the
+ * index (0..625) then the state; as orvls_f_random_table_get().
+ * @param table receives the allocated table
+ * @param ... the option list, ended by 0 */
 ORVLS_API void orvls_random_MT32_table_get(uint32_t **table, ...);
+/** Sets the state of the 32-bit twister; an index above 625 restarts it.
+ * @param table 625 words */
 ORVLS_API void orvls_random_MT32_table_set(const uint32_t *table);
+/** Reads the state of the 64-bit twister (generator 9): 313 words, the
+ * index then the state; as orvls_f_random_table_get().
+ * @param table receives the allocated table
+ * @param ... the option list, ended by 0 */
 ORVLS_API void orvls_random_MT64_table_get(uint64_t **table, ...);
+/** Sets the state of the 64-bit twister; an index above 313 restarts it.
+ * @param table 313 words */
 ORVLS_API void orvls_random_MT64_table_set(const uint64_t *table);
-/* The published initialisation of a twister by an array of key_length >= 2
- * words (a single word is ignored); the next draw starts the new stream. */
+/** The published initialisation of the 32-bit twister by an array; the
+ * next draw starts the new stream.  Errors: type 5 code 603, key_length
+ * below 1; type 5 code 200, no memory.
+ * @param key_length the words of the key, 2 or more (a single word is
+ *        ignored)
+ * @param key the key */
 ORVLS_API void orvls_random_MT32_init(int64_t key_length, const uint32_t *key);
+/** The published initialisation of the 64-bit twister by an array; as
+ * orvls_random_MT32_init().
+ * @param key_length the words of the key, 2 or more
+ * @param key the key */
 ORVLS_API void orvls_random_MT64_init(int64_t key_length, const uint64_t *key);
+/** @} */
 /* END RANDOM */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN DEVIATES */
-/* Univariate deviates.
- *
- * Every generator draws from the thread's stream (orvls_random_option,
- * orvls_random_seed_set): the double forms through double uniforms, the
- * float forms and the Poisson through float uniforms.  Each takes n_random
- * and its parameters, then an option list ended by 0, and returns an array
- * of n_random values that the caller frees, or fills the caller's array
- * given with ORVLS_RETURN_USER and returns it.  Real parameters are of the
- * routine's precision; integer results are int64_t.  NULL on failure.
- *
- * How many uniforms a deviate takes depends on its method and rejections.
- * The binomial and Poisson setups stay with the thread while the
- * parameters repeat, so n deviates in one call take the same uniforms as n
- * calls of one deviate; so do the other generators except the Cauchy (which
- * draws uniforms in batches, min(3 n, 100) at a time) and the
- * hypergeometric by direct sampling (batches of up to 200 uniforms).
- *
- * Errors (type 5 unless told): 603 n_random (or n, k, n_values, n_points)
- * too small; 11001 an unknown option code; 104 a null ORVLS_RETURN_USER
- * array; 200 memory; 120 a real parameter out of range (text 1 its name,
- * reals 1 and 2 the bounds, real 3 the value); the codes told with each
- * routine. */
-
+/** @addtogroup deviates
+ * @{ */
 /* Options of orvls_d_random_normal.  Reals by value are double in both
  * precisions; the _ADR forms pass the address of a real of the routine's
  * precision. */
-#define ORVLS_MEAN                 20410 /* the mean, added last (0) */
-#define ORVLS_MEAN_ADR             20415
-#define ORVLS_VARIANCE             20420 /* deviates scaled by its root (1) */
-#define ORVLS_VARIANCE_ADR         20425
-#define ORVLS_ACCEPT_REJECT_METHOD 20430 /* Kinderman and Ramage's method */
+#define ORVLS_MEAN                 20410 /**< double: the mean of the normal deviates, added last; default 0 */
+#define ORVLS_MEAN_ADR             20415 /**< real *: the mean by address */
+#define ORVLS_VARIANCE             20420 /**< double: the variance; deviates are scaled by its root; default 1 */
+#define ORVLS_VARIANCE_ADR         20425 /**< real *: the variance by address */
+#define ORVLS_ACCEPT_REJECT_METHOD 20430 /**< normal deviates by Kinderman and Ramage's exact method */
 
-/* Normal deviates: by default each uniform through a fast four-figure
- * normal inverse; with ORVLS_ACCEPT_REJECT_METHOD an exact composition
- * method.  20457: a variance not above 0 (real 1). */
+/** Normal deviates: by default each uniform through a fast four-figure
+ * normal inverse; with @ref ORVLS_ACCEPT_REJECT_METHOD an exact composition
+ * method.  Errors: type 5 code 20457, a variance not above 0 (real 1 = the
+ * variance), and the errors common to the family.
+ * @param n_random the number of deviates, 1 or more
+ * @param ... the option list, ended by 0
+ * @return an array the caller frees (or the ORVLS_RETURN_USER array), NULL
+ *         on failure */
 ORVLS_API float *orvls_f_random_normal(int64_t n_random, ...);
+/** @copydoc orvls_f_random_normal() */
 ORVLS_API double *orvls_d_random_normal(int64_t n_random, ...);
-/* Gamma deviates of shape a, unit scale.  a = 1 takes one uniform a
- * deviate; a = 1/2 halves squared normal deviates of orvls_d_random_normal;
- * a < 1: Ahrens and Dieter's method; a > 1: Schmeiser and Lal's.  11036:
- * a not above 0 (real 1); 11037: the envelope overflows, or its points
- * merge for shapes so large that a +- sqrt(a) round to a. */
+/** Gamma deviates of shape a, unit scale.  a = 1 takes one uniform a
+ * deviate; a = 1/2 halves squared normal deviates of
+ * orvls_d_random_normal(); a < 1: Ahrens and Dieter's method; a > 1:
+ * Schmeiser and Lal's.  Errors: type 5 code 11036, a not above 0 (real 1
+ * = a); type 5 code 11037, the envelope overflows, or its points merge for
+ * shapes so large that a +- sqrt(a) round to a.
+ * @param n_random the number of deviates, 1 or more
+ * @param a the shape, above 0
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_gamma(int64_t n_random, float a, ...);
+/** @copydoc orvls_f_random_gamma() */
 ORVLS_API double *orvls_d_random_gamma(int64_t n_random, double a, ...);
-/* Beta deviates with shapes pin and qin: Johnk's method when both are below
- * 1, inversion when one is 1, a two-part envelope when they lie on either
- * side of 1, Cheng's method when both exceed 1.  11033, 11034: pin, qin not
- * above 0 (real 1); 11035: a deviate of Johnk's method underflows to 0 or 1. */
+/** Beta deviates: Johnk's method when both shapes are below 1, inversion
+ * when one is 1, a two-part envelope when they lie on either side of 1,
+ * Cheng's method when both exceed 1.  Errors: type 5 codes 11033 and
+ * 11034, pin or qin not above 0 (real 1 = the value); type 5 code 11035, a
+ * deviate of Johnk's method underflows to 0 or 1.
+ * @param n_random the number of deviates, 1 or more
+ * @param pin the first shape, above 0
+ * @param qin the second shape, above 0
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_beta(int64_t n_random, float pin, float qin, ...);
+/** @copydoc orvls_f_random_beta() */
 ORVLS_API double *orvls_d_random_beta(int64_t n_random, double pin, double qin, ...);
-/* Binomial deviates, n trials of probability p: inversion when
- * n min(p, 1 - p) <= 10, else the triangle-parallelogram-exponential
- * method.  603: n below 1; 120: p outside (0, 1). */
+/** Binomial deviates: inversion when n min(p, 1 - p) <= 10, else the
+ * triangle-parallelogram-exponential method.  Errors: type 5 code 603, n
+ * below 1; type 5 code 120, p outside (0, 1).
+ * @param n_random the number of deviates, 1 or more
+ * @param n the number of trials, 1 or more
+ * @param p the probability of success, 0 < p < 1
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API int64_t *orvls_f_random_binomial(int64_t n_random, int64_t n, float p, ...);
+/** @copydoc orvls_f_random_binomial() */
 ORVLS_API int64_t *orvls_d_random_binomial(int64_t n_random, int64_t n, double p, ...);
-/* Poisson deviates of mean theta, in float arithmetic: inversion below 15,
- * else the triangle-parallelogram-exponential method.  11032: theta not
- * above 0 (float real 1). */
+/** Poisson deviates, in float arithmetic: inversion below a mean of 15,
+ * else the triangle-parallelogram-exponential method.  Errors: type 5 code
+ * 11032, theta not above 0 (real 1 = theta).
+ * @param n_random the number of deviates, 1 or more
+ * @param theta the mean, above 0
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API int64_t *orvls_random_poisson(int64_t n_random, float theta, ...);
-/* The number of defectives in a sample drawn without replacement from a lot
- * holding `defectives` of them: inversion from the lowest possible value,
- * or item-by-item sampling when its probability lies within eps of 0 or 1.
- * 65005: sample_size outside 1..lot_size or defectives outside
- * 0..lot_size (integers 1 to 3: the parameters); 65006: the probability of
- * the lowest value underflows (real 1). */
+/** Hypergeometric deviates: the number of defectives in a sample drawn
+ * without replacement from a lot, by inversion from the lowest possible
+ * value, or item-by-item sampling when its probability lies within eps of
+ * 0 or 1.  Errors: type 5 code 65005, sample_size outside 1..lot_size or
+ * defectives outside 0..lot_size (ints 1 to 3 = the parameters); type 5
+ * code 65006, the probability of the lowest value underflows (real 1).
+ * @param n_random the number of deviates, 1 or more
+ * @param sample_size the size of the sample, 1 to lot_size
+ * @param defectives the defectives in the lot, 0 to lot_size
+ * @param lot_size the size of the lot
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API int64_t *orvls_f_random_hypergeometric(int64_t n_random, int64_t sample_size, int64_t defectives,
                                                  int64_t lot_size, ...);
+/** @copydoc orvls_f_random_hypergeometric() */
 ORVLS_API int64_t *orvls_d_random_hypergeometric(int64_t n_random, int64_t sample_size, int64_t defectives,
                                                  int64_t lot_size, ...);
-/* Chi-squared deviates: -2 log of a product of df/2 uniforms for even
- * integer df up to 16, else twice a gamma deviate of shape df/2.  120: df
- * not above 0. */
+/** Chi-squared deviates: -2 log of a product of df/2 uniforms for even
+ * integer df up to 16, else twice a gamma deviate of shape df/2.  Errors:
+ * type 5 code 120, df not above 0.
+ * @param n_random the number of deviates, 1 or more
+ * @param df the degrees of freedom, above 0
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_chi_squared(int64_t n_random, float df, ...);
+/** @copydoc orvls_f_random_chi_squared() */
 ORVLS_API double *orvls_d_random_chi_squared(int64_t n_random, double df, ...);
-/* Student's t deviates, any df > 0, by Bailey's polar method: two uniforms
- * a trial, a trial accepted with probability pi/4.  120: df not above 0. */
+/** Student's t deviates by Bailey's polar method: two uniforms a trial, a
+ * trial accepted with probability pi/4.  Errors: type 5 code 120, df not
+ * above 0.
+ * @param n_random the number of deviates, 1 or more
+ * @param df the degrees of freedom, above 0
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_student_t(int64_t n_random, float df, ...);
+/** @copydoc orvls_f_random_student_t() */
 ORVLS_API double *orvls_d_random_student_t(int64_t n_random, double df, ...);
-/* Exponential deviates of mean 1: -log u. */
+/** Exponential deviates of mean 1: -log u.
+ * @param n_random the number of deviates, 1 or more
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_exponential(int64_t n_random, ...);
+/** @copydoc orvls_f_random_exponential() */
 ORVLS_API double *orvls_d_random_exponential(int64_t n_random, ...);
-/* The mixture p Exp(mean theta1) + (1 - p) Exp(mean theta2), one uniform a
- * deviate (it picks the component and serves the exponential).  120:
- * theta1 or theta2 not above 0, p outside [0, 1]. */
+/** Deviates of the mixture p Exp(mean theta1) + (1 - p) Exp(mean theta2),
+ * one uniform a deviate (it picks the component and serves the
+ * exponential).  Errors: type 5 code 120, theta1 or theta2 not above 0, or
+ * p outside [0, 1].
+ * @param n_random the number of deviates, 1 or more
+ * @param theta1 the mean of the first component, above 0
+ * @param theta2 the mean of the second component, above 0
+ * @param p the weight of the first component, 0 to 1
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_exponential_mix(int64_t n_random, float theta1, float theta2, float p, ...);
+/** @copydoc orvls_f_random_exponential_mix() */
 ORVLS_API double *orvls_d_random_exponential_mix(int64_t n_random, double theta1, double theta2, double p, ...);
-/* Geometric deviates: the trial of the first success, 1, 2, ...  20662: p
- * outside (0, 1) (real 1). */
+/** Geometric deviates: the trial of the first success, 1, 2, ...  Errors:
+ * type 5 code 20662, p outside (0, 1) (real 1 = p).
+ * @param n_random the number of deviates, 1 or more
+ * @param p the probability of success, 0 < p < 1
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API int64_t *orvls_f_random_geometric(int64_t n_random, float p, ...);
+/** @copydoc orvls_f_random_geometric() */
 ORVLS_API int64_t *orvls_d_random_geometric(int64_t n_random, double p, ...);
-/* Logarithmic deviates, P(x) = -a^x/(x log(1 - a)), x = 1, 2, ...  20570: a
- * outside (0, 1) (real 1). */
+/** Logarithmic deviates, P(x) = -a^x/(x log(1 - a)), x = 1, 2, ...  Errors:
+ * type 5 code 20570, a outside (0, 1) (real 1 = a).
+ * @param n_random the number of deviates, 1 or more
+ * @param a the parameter, 0 < a < 1
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API int64_t *orvls_f_random_logarithmic(int64_t n_random, float a, ...);
+/** @copydoc orvls_f_random_logarithmic() */
 ORVLS_API int64_t *orvls_d_random_logarithmic(int64_t n_random, double a, ...);
-/* Negative binomial deviates: failures before the rn-th success of
- * probability p (rn > 0 need not be whole), as Poisson deviates of gamma
- * means.  120: rn not above 0 or p outside (0, 1). */
+/** Negative binomial deviates: failures before the rn-th success, as
+ * Poisson deviates of gamma means.  Errors: type 5 code 120, rn not above
+ * 0 or p outside (0, 1).
+ * @param n_random the number of deviates, 1 or more
+ * @param rn the number of successes, above 0, not necessarily whole
+ * @param p the probability of success, 0 < p < 1
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API int64_t *orvls_f_random_neg_binomial(int64_t n_random, float rn, float p, ...);
+/** @copydoc orvls_f_random_neg_binomial() */
 ORVLS_API int64_t *orvls_d_random_neg_binomial(int64_t n_random, double rn, double p, ...);
-/* Lognormal deviates exp(scale z + location), z standard normal (by the
- * composition method).  20664: scale not above 0 (real 1). */
+/** Lognormal deviates exp(scale z + location), z standard normal (by the
+ * composition method).  Errors: type 5 code 20664, scale not above 0 (real
+ * 1 = scale).
+ * @param n_random the number of deviates, 1 or more
+ * @param location the mean of the logarithm
+ * @param scale the standard deviation of the logarithm, above 0
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_lognormal(int64_t n_random, float location, float scale, ...);
+/** @copydoc orvls_f_random_lognormal() */
 ORVLS_API double *orvls_d_random_lognormal(int64_t n_random, double location, double scale, ...);
-/* Standard Cauchy deviates. */
+/** Standard Cauchy deviates.
+ * @param n_random the number of deviates, 1 or more
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_cauchy(int64_t n_random, ...);
+/** @copydoc orvls_f_random_cauchy() */
 ORVLS_API double *orvls_d_random_cauchy(int64_t n_random, ...);
-/* Triangular deviates on (0, 1), mode 1/2. */
+/** Triangular deviates on (0, 1), mode 1/2.
+ * @param n_random the number of deviates, 1 or more
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_triangular(int64_t n_random, ...);
+/** @copydoc orvls_f_random_triangular() */
 ORVLS_API double *orvls_d_random_triangular(int64_t n_random, ...);
-/* Discrete uniform deviates on 1..k.  603: k below 1. */
+/** Discrete uniform deviates on 1..k.  Errors: type 5 code 603, k below 1.
+ * @param n_random the number of deviates, 1 or more
+ * @param k the largest value, 1 or more
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API int64_t *orvls_f_random_uniform_discrete(int64_t n_random, int64_t k, ...);
+/** @copydoc orvls_f_random_uniform_discrete() */
 ORVLS_API int64_t *orvls_d_random_uniform_discrete(int64_t n_random, int64_t k, ...);
-/* Von Mises deviates on (-pi, pi) with concentration c, by Best and
- * Fisher's method.  20572: c below sqrt(eps)/2 (real 1). */
+/** Von Mises deviates on (-pi, pi), by Best and Fisher's method.  Errors:
+ * type 5 code 20572, c below sqrt(eps)/2 (real 1 = c).
+ * @param n_random the number of deviates, 1 or more
+ * @param c the concentration
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_von_mises(int64_t n_random, float c, ...);
+/** @copydoc orvls_f_random_von_mises() */
 ORVLS_API double *orvls_d_random_von_mises(int64_t n_random, double c, ...);
-/* Weibull deviates (-log u)^(1/a).  120: a not above 0; warning 20571 (type
- * 3) when deviates were held at the smallest or largest normal real. */
+/** Weibull deviates (-log u)^(1/a).  Errors: type 5 code 120, a not above
+ * 0; type 3 code 20571, deviates were held at the smallest or largest
+ * normal real (the results stand).
+ * @param n_random the number of deviates, 1 or more
+ * @param a the shape, above 0
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_weibull(int64_t n_random, float a, ...);
+/** @copydoc orvls_f_random_weibull() */
 ORVLS_API double *orvls_d_random_weibull(int64_t n_random, double a, ...);
-/* Stable deviates of index alpha in (0, 2] and skewness beta in [-1, 1],
- * unit scale, centre 0, by the method of Chambers, Mallows and Stuck (two
- * uniforms a deviate).  The characteristic function is
- *   exp(-|t|^alpha (1 - i beta sign(t) tan(pi alpha / 2)))   alpha != 1,
- *   exp(-|t| (1 + i beta (2 / pi) sign(t) log|t|))           alpha = 1:
- * alpha = 2 is the normal of variance 2, (1, 0) the Cauchy, (1/2, 1) the
- * Levy law with P(X <= x) = erfc(sqrt(1 / (2x))).  120: alpha or beta out
- * of range. */
+/** Stable deviates of unit scale and centre 0, by the method of Chambers,
+ * Mallows and Stuck (two uniforms a deviate).  The characteristic function
+ * is exp(-|t|^alpha (1 - i beta sign(t) tan(pi alpha / 2))) for alpha != 1
+ * and exp(-|t| (1 + i beta (2 / pi) sign(t) log|t|)) for alpha = 1: alpha
+ * = 2 is the normal of variance 2, (1, 0) the Cauchy, (1/2, 1) the Levy
+ * law with P(X <= x) = erfc(sqrt(1 / (2x))).  Errors: type 5 code 120,
+ * alpha or beta out of range.
+ * @param n_random the number of deviates, 1 or more
+ * @param alpha the index, in (0, 2]
+ * @param beta the skewness, in [-1, 1]
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_stable(int64_t n_random, float alpha, float beta, ...);
+/** @copydoc orvls_f_random_stable() */
 ORVLS_API double *orvls_d_random_stable(int64_t n_random, double alpha, double beta, ...);
 
-/* General discrete laws on first, first + 1, ..., first + n_values - 1.
- * orvls_d_discrete_table_setup evaluates probability(x) at each value
- * (weights need not sum to 1) and returns the n_values cumulative
- * probabilities, normalised to end at 1.  orvls_d_random_general_discrete
- * inverts such a table: one uniform a deviate, a binary search.
- * 65121: a negative or non-finite weight, or a decreasing table (integer 1
- * = the one-based place, real 1 = the value); 65122: weights summing to 0,
- * or a table not ending at 1; 150: a null function or table. */
+/** The table of a general discrete law on first, first + 1, ...,
+ * first + n_values - 1: probability(x) is evaluated at each value (weights
+ * need not sum to 1), and the n_values cumulative probabilities, normalised
+ * to end at 1, are returned.  Errors: type 5 code 603, n_values below 1;
+ * type 5 code 65121, a negative or non-finite weight (int 1 = the
+ * one-based place, real 1 = the weight); type 5 code 65122, weights
+ * summing to 0; type 5 code 150, a null function.
+ * @param probability the weight of each value
+ * @param first the first value
+ * @param n_values the number of values, 1 or more
+ * @param ... the option list, ended by 0
+ * @return the cumulative table, n_values reals, NULL on failure */
 ORVLS_API float *orvls_f_discrete_table_setup(float (*probability)(int64_t x), int64_t first, int64_t n_values, ...);
+/** @copydoc orvls_f_discrete_table_setup() */
 ORVLS_API double *orvls_d_discrete_table_setup(double (*probability)(int64_t x), int64_t first, int64_t n_values,
                                                ...);
+/** Deviates of a general discrete law from its cumulative table: one
+ * uniform a deviate, a binary search.  Errors: type 5 code 603, n_values
+ * below 1; type 5 code 65121, a decreasing table (int 1 = the one-based
+ * place, real 1 = the value); type 5 code 65122, a table not ending at 1;
+ * type 5 code 150, a null table.
+ * @param n_random the number of deviates, 1 or more
+ * @param first the first value
+ * @param n_values the number of values, 1 or more
+ * @param cumulative the cumulative probabilities, as from
+ *        orvls_d_discrete_table_setup()
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API int64_t *orvls_f_random_general_discrete(int64_t n_random, int64_t first, int64_t n_values,
                                                    const float *cumulative, ...);
+/** @copydoc orvls_f_random_general_discrete() */
 ORVLS_API int64_t *orvls_d_random_general_discrete(int64_t n_random, int64_t first, int64_t n_values,
                                                    const double *cumulative, ...);
-/* General continuous laws from a table of n_points rows (x, F(x)), x
- * increasing, F not decreasing from 0 to 1; between rows F is taken as
- * linear, so the deviates follow a density that is constant between rows.
- * orvls_d_continuous_table_setup builds the table on [lower, upper] from
- * the caller's distribution function cdf, rescaled to run from 0 to 1 on
- * the range (the law is truncated there): it splits the interval whose
- * midpoint the straight line misses most until the n_points are placed.
- * Warning 65128 (type 3; real 1 = the largest miss) when some midpoint is
- * still missed by more than 1e-4, or the range leaves out more than 1e-4 of
- * probability: more points or a wider range are needed.
- * orvls_d_random_general_continuous: one uniform a deviate, inverted by a
- * binary search and linear interpolation.  603: n_points below 2; 65120:
- * abscissae not increasing (lower not below upper); 65121: F decreasing;
- * 65122: F not running from 0 to 1 (integer 1 = the one-based row, real 1 =
- * the value); 150: a null function or table. */
+/** The table of a general continuous law: n_points rows (x, F(x)), x
+ * increasing, on [lower, upper] from the caller's distribution function,
+ * rescaled to run from 0 to 1 on the range (the law is truncated there).
+ * Between rows F is taken as linear; the interval whose midpoint the
+ * straight line misses most is split until the n_points are placed.
+ * Errors: type 5 code 603, n_points below 2; type 5 code 65120, lower not
+ * below upper; type 5 code 65121, F decreasing; type 5 code 65122, F at the
+ * ends outside [0, 1] or not rising over the range; type 5 code 150, a null function; type 3 code 65128 (the
+ * table stands), some midpoint is still missed by more than 1e-4, or the
+ * range leaves out more than 1e-4 of probability (real 1 = the largest
+ * miss): more points or a wider range are needed.
+ * @param cdf the distribution function
+ * @param n_points the rows of the table, 2 or more
+ * @param lower the lower end of the range
+ * @param upper the upper end of the range
+ * @param ... the option list, ended by 0
+ * @return the table, n_points rows of 2 reals, NULL on failure */
 ORVLS_API float *orvls_f_continuous_table_setup(float (*cdf)(float x), int64_t n_points, float lower, float upper,
                                                 ...);
+/** @copydoc orvls_f_continuous_table_setup() */
 ORVLS_API double *orvls_d_continuous_table_setup(double (*cdf)(double x), int64_t n_points, double lower,
                                                  double upper, ...);
+/** Deviates of a general continuous law from its table (x, F(x)), whose
+ * density is constant between rows: one uniform a deviate, inverted by a
+ * binary search and linear interpolation.  Errors: type 5 code 603,
+ * n_points below 2; type 5 code 65120, abscissae not increasing; type 5
+ * code 65121, F decreasing; type 5 code 65122, F not running from 0 to 1
+ * (int 1 = the one-based row, real 1 = the value); type 5 code 150, a null
+ * table.
+ * @param n_random the number of deviates, 1 or more
+ * @param n_points the rows of the table, 2 or more
+ * @param table n_points rows (x, F(x)), as from
+ *        orvls_d_continuous_table_setup()
+ * @param ... the option list, ended by 0
+ * @return an array of n_random deviates, NULL on failure */
 ORVLS_API float *orvls_f_random_general_continuous(int64_t n_random, int64_t n_points, const float *table, ...);
+/** @copydoc orvls_f_random_general_continuous() */
 ORVLS_API double *orvls_d_random_general_continuous(int64_t n_random, int64_t n_points, const double *table, ...);
 
-/* n_indices distinct indices from 1..n_population, each subset equally
+/** n_indices distinct indices from 1..n_population, each subset equally
  * likely, in increasing order, by Floyd's algorithm: exactly n_indices
  * double uniforms of the stream, memory in proportion to n_indices.  An
  * index is 1 + trunc(u j) for a population of j, so populations beyond the
  * stream's resolution (2^31 for the congruential generators) reach only
- * some of their members.  603: n_population below 1; 602: n_indices
- * outside 1..n_population. */
+ * some of their members.  Errors: type 5 code 603, n_population below 1;
+ * type 5 code 602, n_indices outside 1..n_population.
+ * @param n_indices the size of the sample
+ * @param n_population the size of the population, 1 or more
+ * @param ... the option list, ended by 0
+ * @return an array of n_indices indices, NULL on failure */
 ORVLS_API int64_t *orvls_random_sample_indices(int64_t n_indices, int64_t n_population, ...);
+/** @} */
 /* END DEVIATES */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN DISTRIBUTIONS */
-/* Continuous distribution functions and their inverses.  Scalar, no option
- * list; NaN on failure, with the error on the stack.  Arguments at or beyond
- * the edge of the support give the edge value with a note; inverses that are
- * infinite give +infinity with a fatal error. */
-/* The standard normal: P(X <= x), and the x with P(X <= x) = p, 0 < p < 1. */
+/** @addtogroup distributions
+ * @{ */
+/** The standard normal distribution function P(X <= x); it raises no
+ * error (the lower tail underflows to 0 in silence).
+ * @param x the argument
+ * @return P(X <= x) */
 ORVLS_API float orvls_f_normal_cdf(float x);
+/** @copydoc orvls_f_normal_cdf() */
 ORVLS_API double orvls_d_normal_cdf(double x);
+/** The inverse of the standard normal distribution function: the x with
+ * P(X <= x) = p.  Errors: type 5 code 9041, p outside (0, 1) (real 1 = p).
+ * @param p the probability, 0 < p < 1
+ * @return x, NaN on failure */
 ORVLS_API float orvls_f_normal_inverse_cdf(float p);
+/** @copydoc orvls_f_normal_inverse_cdf() */
 ORVLS_API double orvls_d_normal_inverse_cdf(double p);
-/* P(X <= x, Y <= y) for standard normals with correlation rho, |rho| <= 1. */
+/** P(X <= x, Y <= y) for standard normals X, Y with correlation rho.
+ * Errors: type 5 code 20030, |rho| above 1 (real 1 = rho); type 6 code
+ * 20031, rho is 1 or -1 and the law degenerate: the result stands (for 1,
+ * P(X <= min(x, y))).
+ * @param x the first argument
+ * @param y the second argument
+ * @param rho the correlation, -1 to 1
+ * @return the probability, NaN on failure */
 ORVLS_API float orvls_f_bivariate_normal_cdf(float x, float y, float rho);
+/** @copydoc orvls_f_bivariate_normal_cdf() */
 ORVLS_API double orvls_d_bivariate_normal_cdf(double x, double y, double rho);
-/* Student's t with df >= 1 degrees of freedom (not necessarily whole). */
+/** Student's t distribution function P(T <= t).  Errors: type 5 code
+ * 9042, df below 1 (real 1 = df).
+ * @param t the argument
+ * @param df the degrees of freedom, 1 or more, not necessarily whole
+ * @return P(T <= t), NaN on failure */
 ORVLS_API float orvls_f_t_cdf(float t, float df);
+/** @copydoc orvls_f_t_cdf() */
 ORVLS_API double orvls_d_t_cdf(double t, double df);
+/** The inverse of Student's t distribution function.  Errors: type 5 code
+ * 9042, df below 1 (real 1 = df); type 5 code 9043, p outside (0, 1) (real
+ * 1 = p); type 5 code 9046, for df below 2, p so near 0 or 1 that its
+ * tail probability is 0 (real 1 = that tail); type 4 code 9008, the
+ * inverse is infinite, the result is +infinity.
+ * @param p the probability, 0 < p < 1
+ * @param df the degrees of freedom, 1 or more
+ * @return the t with P(T <= t) = p, NaN on failure */
 ORVLS_API float orvls_f_t_inverse(float p, float df);
+/** @copydoc orvls_f_t_inverse() */
 ORVLS_API double orvls_d_t_inverse(double p, double df);
-/* Chi-squared with df >= 0.5 degrees of freedom. */
+/** The chi-squared distribution function.  Errors: type 1 code 9055,
+ * chi_squared below 0, the result is 0 (text 1 = "chi_squared", real 1 =
+ * its value); type 5 code 9051, df below 0.5 (real 1 = df); type 2 code
+ * 9019, the result underflows and is 0.
+ * @param chi_squared the argument
+ * @param df the degrees of freedom, 0.5 or more
+ * @return the probability, NaN on failure */
 ORVLS_API float orvls_f_chi_squared_cdf(float chi_squared, float df);
+/** @copydoc orvls_f_chi_squared_cdf() */
 ORVLS_API double orvls_d_chi_squared_cdf(double chi_squared, double df);
+/** The inverse of the chi-squared distribution function.  Errors: type 5
+ * code 9043, p outside (0, 1) (real 1 = p); type 5 code 9051, df below 0.5
+ * (real 1 = df); type 3 code 9052, no bracket of the root was found, and
+ * type 3 code 9053, the search did not converge in 100 steps (reals 1 to 3
+ * = p, df and the tolerance): the last estimate is returned.
+ * @param p the probability, 0 < p < 1
+ * @param df the degrees of freedom, 0.5 or more
+ * @return the quantile, NaN on failure */
 ORVLS_API float orvls_f_chi_squared_inverse_cdf(float p, float df);
+/** @copydoc orvls_f_chi_squared_inverse_cdf() */
 ORVLS_API double orvls_d_chi_squared_inverse_cdf(double p, double df);
-/* F with positive numerator and denominator degrees of freedom. */
+/** The F distribution function.  Errors: type 5 code 9048, a degrees of
+ * freedom not above 0 (real 1, 2 = both); type 1 code 9050, f not above
+ * 0, the result is 0 (real 1 = f).
+ * @param f the argument
+ * @param df_numerator the numerator degrees of freedom, above 0
+ * @param df_denominator the denominator degrees of freedom, above 0
+ * @return the probability, NaN on failure */
 ORVLS_API float orvls_f_F_cdf(float f, float df_numerator, float df_denominator);
+/** @copydoc orvls_f_F_cdf() */
 ORVLS_API double orvls_d_F_cdf(double f, double df_numerator, double df_denominator);
+/** The inverse of the F distribution function.  Errors: type 5 code 9043,
+ * p outside (0, 1) (real 1 = p); type 5 code 9048, a degrees of freedom
+ * not above 0 (real 1, 2 = both); type 4 code 9008, the inverse is
+ * infinite, the result is +infinity.
+ * @param p the probability, 0 < p < 1
+ * @param df_numerator the numerator degrees of freedom, above 0
+ * @param df_denominator the denominator degrees of freedom, above 0
+ * @return the quantile, NaN on failure */
 ORVLS_API float orvls_f_F_inverse_cdf(float p, float df_numerator, float df_denominator);
+/** @copydoc orvls_f_F_inverse_cdf() */
 ORVLS_API double orvls_d_F_inverse_cdf(double p, double df_numerator, double df_denominator);
-/* Gamma with shape a > 0 and unit scale. */
+/** The gamma distribution function of shape a and unit scale.  Errors:
+ * type 1 code 9055, x below 0, the result is 0 (text 1 = "x", real 1 =
+ * x); type 5 code 9056, a not above 0 (real 1 = a); type 4 code 9010, the
+ * function cannot be computed without overflow (real 1 = x, real 2 = a).
+ * @param x the argument
+ * @param a the shape, above 0
+ * @return the probability, NaN on failure */
 ORVLS_API float orvls_f_gamma_cdf(float x, float a);
+/** @copydoc orvls_f_gamma_cdf() */
 ORVLS_API double orvls_d_gamma_cdf(double x, double a);
+/** The inverse of the gamma distribution function.  Errors: type 5 code
+ * 9043, p outside (0, 1) (real 1 = p); type 5 code 9056, a not above 0
+ * (real 1 = a); type 5 code 40023, a above the largest shape served (real
+ * 1 = a, real 2 = the limit); type 5 code 40024, the starting value
+ * overflows, for a very small a (real 1 = a); type 5 code 40025, no
+ * bracket of the root was found (real 1 = p, real 2 = a); type 4 code
+ * 11105, Newton's method did not converge in 100 steps: the last estimate
+ * is returned.
+ * @param p the probability, 0 < p < 1
+ * @param a the shape, above 0
+ * @return the quantile, NaN on failure */
 ORVLS_API float orvls_f_gamma_inverse_cdf(float p, float a);
+/** @copydoc orvls_f_gamma_inverse_cdf() */
 ORVLS_API double orvls_d_gamma_inverse_cdf(double p, double a);
-/* Beta with shapes pin > 0 and qin > 0. */
+/** The beta distribution function.  Errors: type 5 codes 11033 and 11034,
+ * pin or qin not above 0 (real 1 = the value); type 1 code 20415, x not
+ * above 0, the result is 0; type 1 code 20416, x not below 1, the result
+ * is 1 (real 1 = x).
+ * @param x the argument
+ * @param pin the first shape, above 0
+ * @param qin the second shape, above 0
+ * @return the probability, NaN on failure */
 ORVLS_API float orvls_f_beta_cdf(float x, float pin, float qin);
+/** @copydoc orvls_f_beta_cdf() */
 ORVLS_API double orvls_d_beta_cdf(double x, double pin, double qin);
+/** The inverse of the beta distribution function.  Errors: type 5 codes
+ * 9044 and 9045, pin or qin not above 0 (real 1 = the value); type 5 code
+ * 9046, p outside (0, 1) (real 1 = p); type 3 code 9047, the iteration did
+ * not converge in 100 steps (real 1 = p, real 2 = the last estimate, which
+ * is returned).
+ * @param p the probability, 0 < p < 1
+ * @param pin the first shape, above 0
+ * @param qin the second shape, above 0
+ * @return the quantile, NaN on failure */
 ORVLS_API float orvls_f_beta_inverse_cdf(float p, float pin, float qin);
+/** @copydoc orvls_f_beta_inverse_cdf() */
 ORVLS_API double orvls_d_beta_inverse_cdf(double p, double pin, double qin);
+/** @} */
 /* END DISTRIBUTIONS */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN STATISTICS */
-/* Simple statistics of the columns of a data matrix.
+/** @addtogroup statistics
+ * @{ */
+/** Simple statistics of the columns of a data matrix:
+ * orvls_d_simple_statistics(n_observations, n_variables, x, options..., 0).
+ * x holds n_observations rows by n_variables columns, row-major, NaN
+ * marking a missing value.  The result has one column per variable and
+ * these rows: 0 mean, 1 variance, 2 standard deviation, 3 skewness, 4
+ * excess kurtosis, 5 minimum, 6 maximum, 7 range, 8 coefficient of
+ * variation, 9 count (the sum of the frequencies used), 10 and 11 the
+ * confidence limits of the mean, 12 and 13 those of the variance; with
+ * @ref ORVLS_MEDIAN also 14 the median, with @ref ORVLS_MEDIAN_AND_SCALE
+ * also 15 the median absolute deviation and 16 the scale (row 15 over the
+ * normal quantile at 0.75).  Undefined statistics are NaN, with a warning.
+ * A confidence of 0 or below leaves its two rows unwritten.  x is
+ * transposed in place during the call and restored before it returns
+ * (except after a fatal error in the moment kernel): it must not be shared
+ * meanwhile.
  *
- * orvls_d_simple_statistics(n_observations, n_variables, x, options..., 0)
- * (float: orvls_f_) takes x, n_observations rows by n_variables columns,
- * row-major, NaN marking a missing value, and returns a matrix with one
- * column per variable and these rows: 0 mean, 1 variance, 2 standard
- * deviation, 3 skewness, 4 excess kurtosis, 5 minimum, 6 maximum, 7 range,
- * 8 coefficient of variation, 9 count (the sum of the frequencies used),
- * 10 and 11 the confidence limits of the mean, 12 and 13 those of the
- * variance; with ORVLS_MEDIAN also 14 the median, with
- * ORVLS_MEDIAN_AND_SCALE also 15 the median absolute deviation and 16 the
- * scale (row 15 over the normal quantile at 0.75).  Undefined statistics
- * are NaN, with a warning.  A confidence of 0 or below leaves its two rows
- * unwritten.  Free the result with
- * orvls_free_allocated_memory; NULL after a fatal error.  x is transposed in
- * place during the call and restored before it returns (except after a
- * fatal error in the moment kernel): it must not be shared meanwhile. */
+ * Errors, type 5 (no result): 603, n_observations or n_variables below 1
+ * (text 1 = the name, int 1 = the value); 11117, both median options, or
+ * one twice (text 1 = their names); 11064 and 11065, a confidence of the
+ * means or of the variances of 100 or more (real 1 = it); 11066, the count
+ * of observations fell below 0; 201, no memory (text 1, int 1 = the size
+ * it depends on); 200, 11001, 104 as for every routine.  Type 4 (no
+ * result): 11055, a negative frequency, and 11057, a negative weight (int
+ * 1 = the row, real 1 = the value).  Type 6 (the result stands, NaN where
+ * undefined): 11062 and 11288, rows with missing values were left out
+ * (listwise, elementwise); 11067, no variable has two observations; 11068,
+ * the weights sum to about 0; 11070, no valid data; and per variable (int
+ * 1 = the variable, numbered from 1): 11069 its weights sum to about 0,
+ * 11071 a negative range, 11072 at most one observation, 11073 a range too
+ * small for its moments, 11074 and 11075 skewness or kurtosis undefined,
+ * 11076 a constant variable, 11077 a sum of squares not above 0, 11078
+ * coefficient of variation undefined, 11079 and 11081 a negative standard
+ * deviation or variance; 11080 and 11082, a quantile of the confidence
+ * limits could not be computed.
+ * @param n_observations the rows of x, 1 or more
+ * @param n_variables the columns of x, 1 or more
+ * @param x the data, row-major
+ * @param ... the option list, ended by 0
+ * @return the statistics, a matrix the caller frees with
+ *         orvls_free_allocated_memory() (or the ORVLS_RETURN_USER array),
+ *         NULL after a fatal error */
 ORVLS_API float *orvls_f_simple_statistics(int64_t n_observations, int64_t n_variables, float *x, ...);
+/** @copydoc orvls_f_simple_statistics() */
 ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_variables, double *x, ...);
-#define ORVLS_CONFIDENCE_MEANS         10880 /* double: percent confidence of rows 10, 11; default 95 */
-#define ORVLS_CONFIDENCE_MEANS_ADR     10890 /* real *: the same by address */
-#define ORVLS_CONFIDENCE_VARIANCES     10910 /* double: percent confidence of rows 12, 13; default 95 */
-#define ORVLS_CONFIDENCE_VARIANCES_ADR 10920 /* real *: the same by address */
-#define ORVLS_FREQUENCIES              11790 /* const real *: one frequency per observation; default each 1 */
-#define ORVLS_MEDIAN                   13150 /* add row 14 */
-#define ORVLS_MEDIAN_AND_SCALE         13160 /* add rows 14 to 16; excludes ORVLS_MEDIAN, and neither twice */
-#define ORVLS_RETURN_USER              14280 /* real *: fill this array and return it */
-#define ORVLS_RETURN_COL_DIM           14800 /* int: row length of the result; default n_variables */
-#define ORVLS_WEIGHTS                  15400 /* const real *: one weight per observation; default each 1 */
-#define ORVLS_X_COL_DIM                15470 /* int: row length of x; default n_variables */
-#define ORVLS_MISSING_LISTWISE         18010 /* a row with any NaN is left out for all variables (default) */
-#define ORVLS_MISSING_ELEMENTWISE      18011 /* a NaN leaves out only that value */
+#define ORVLS_CONFIDENCE_MEANS         10880 /**< double: percent confidence of rows 10, 11; default 95 */
+#define ORVLS_CONFIDENCE_MEANS_ADR     10890 /**< real *: the same by address */
+#define ORVLS_CONFIDENCE_VARIANCES     10910 /**< double: percent confidence of rows 12, 13; default 95 */
+#define ORVLS_CONFIDENCE_VARIANCES_ADR 10920 /**< real *: the same by address */
+#define ORVLS_FREQUENCIES              11790 /**< const real *: one frequency per observation; default each 1 */
+#define ORVLS_MEDIAN                   13150 /**< add row 14, the median */
+#define ORVLS_MEDIAN_AND_SCALE         13160 /**< add rows 14 to 16; excludes ORVLS_MEDIAN, and neither twice */
+#define ORVLS_RETURN_USER              14280 /* real *: fill this array and return it (documented with the generators) */
+#define ORVLS_RETURN_COL_DIM           14800 /**< int: row length of the result; default n_variables */
+#define ORVLS_WEIGHTS                  15400 /**< const real *: one weight per observation; default each 1 */
+#define ORVLS_X_COL_DIM                15470 /**< int: row length of x; default n_variables */
+#define ORVLS_MISSING_LISTWISE         18010 /**< a row with any NaN is left out for all variables (default) */
+#define ORVLS_MISSING_ELEMENTWISE      18011 /**< a NaN leaves out only that value */
+/** @} */
 /* END STATISTICS */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN KERNELS */
-/* Vector and matrix kernels.  Vectors are a length, a first element and a
- * stride in elements; matrices are column-major with a leading dimension.
- * Type letters: s float, d double, c float complex, z double complex,
- * i int64_t.  A length below 1 does nothing (a result is 0, an index 0); a
- * negative stride walks the vector from its far end, element (1 - n) * stride
- * on.  Most vector kernels take their arguments by value; the by-reference
- * members (noted) take pointers to the length and strides, and the matrix
- * kernels take every scalar by pointer and their option texts as a pointer
- * with the text's length at the end of the argument list.  The matrix
- * kernels check their arguments and raise terminal errors naming the kernel:
- * a dimension below 0 (2014), a leading dimension below the rows or 0
- * (50055), a stride of x or y of 0 (2015, 2016), an option text whose first
- * letter (either case) is not allowed (50056). */
+/** @addtogroup kernels
+ * @{ */
 
-/* Library additions. */
-ORVLS_API void orvls_sset(int64_t n, float value, float *x, int64_t incx);  /* x[i] := value */
+/** x[i] := value.
+ * @param n the length of x
+ * @param value the value
+ * @param x the vector
+ * @param incx the stride of x */
+ORVLS_API void orvls_sset(int64_t n, float value, float *x, int64_t incx);
+/** @copydoc orvls_sset() */
 ORVLS_API void orvls_dset(int64_t n, double value, double *x, int64_t incx);
+/** @copydoc orvls_sset() */
 ORVLS_API void orvls_cset(int64_t n, orvls_f_complex value, orvls_f_complex *x, int64_t incx);
+/** @copydoc orvls_sset() */
 ORVLS_API void orvls_zset(int64_t n, orvls_d_complex value, orvls_d_complex *x, int64_t incx);
+/** @copydoc orvls_sset() */
 ORVLS_API void orvls_iset(int64_t n, int64_t value, int64_t *x, int64_t incx);
-ORVLS_API void orvls_sadd(int64_t n, float a, float *x, int64_t incx);      /* x[i] += a */
+/** x[i] += a.
+ * @param n the length of x
+ * @param a the value added
+ * @param x the vector
+ * @param incx the stride of x */
+ORVLS_API void orvls_sadd(int64_t n, float a, float *x, int64_t incx);
+/** @copydoc orvls_sadd() */
 ORVLS_API void orvls_dadd(int64_t n, double a, double *x, int64_t incx);
-/* y[i] := a x[i] */
+/** y[i] := a x[i].
+ * @param n the length of x and y
+ * @param a the factor
+ * @param x the vector read
+ * @param incx the stride of x
+ * @param y the vector written
+ * @param incy the stride of y */
 ORVLS_API void orvls_svcal(int64_t n, float a, const float *x, int64_t incx, float *y, int64_t incy);
-ORVLS_API float orvls_ssum(int64_t n, const float *x, int64_t incx);       /* sum of x[i] */
+/** The sum of x[i].
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the sum */
+ORVLS_API float orvls_ssum(int64_t n, const float *x, int64_t incx);
+/** @copydoc orvls_ssum() */
 ORVLS_API double orvls_dsum(int64_t n, const double *x, int64_t incx);
+/** @copydoc orvls_ssum() */
 ORVLS_API int64_t orvls_isum(int64_t n, const int64_t *x, int64_t incx);
-ORVLS_API float orvls_sasum(int64_t n, const float *x, int64_t incx);      /* sum of |x[i]| */
-/* z[i] := x[i] y[i]; by reference. */
+/** The sum of |x[i]|.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the sum */
+ORVLS_API float orvls_sasum(int64_t n, const float *x, int64_t incx);
+/** z[i] := x[i] y[i], by reference.
+ * @param n the length of the vectors
+ * @param x the first factor
+ * @param incx the stride of x
+ * @param y the second factor
+ * @param incy the stride of y
+ * @param z the product
+ * @param incz the stride of z */
 ORVLS_API void orvls_shprod(const int64_t *n, const float *x, const int64_t *incx, const float *y,
                             const int64_t *incy, float *z, const int64_t *incz);
+/** @copydoc orvls_shprod() */
 ORVLS_API void orvls_dshprod(const int64_t *n, const double *x, const int64_t *incx, const double *y,
                              const int64_t *incy, double *z, const int64_t *incz);
-/* Sum of x[i] y[i] z[i]. */
+/** The sum of x[i] y[i] z[i].
+ * @param n the length of the vectors
+ * @param x the first vector
+ * @param incx the stride of x
+ * @param y the second vector
+ * @param incy the stride of y
+ * @param z the third vector
+ * @param incz the stride of z
+ * @return the sum */
 ORVLS_API float orvls_sxyz(int64_t n, const float *x, int64_t incx, const float *y, int64_t incy,
                            const float *z, int64_t incz);
+/** @copydoc orvls_sxyz() */
 ORVLS_API double orvls_dxyz(int64_t n, const double *x, int64_t incx, const double *y, int64_t incy,
                             const double *z, int64_t incz);
-/* One-based index, in the order the stride walks, of the first largest
- * (max) or smallest (min) element, or of its absolute value (isa..., ida...);
- * 0 for n below 1.  orvls_iimax and orvls_iimin are by reference. */
+/** The one-based index, in the order the stride walks, of the first
+ * largest element.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the index, 0 for n below 1 */
 ORVLS_API int64_t orvls_ismax(int64_t n, const float *x, int64_t incx);
+/** @copydoc orvls_ismax() */
 ORVLS_API int64_t orvls_dismax(int64_t n, const double *x, int64_t incx);
+/** The one-based index, in the order the stride walks, of the first
+ * smallest element.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the index, 0 for n below 1 */
 ORVLS_API int64_t orvls_ismin(int64_t n, const float *x, int64_t incx);
+/** @copydoc orvls_ismin() */
 ORVLS_API int64_t orvls_dismin(int64_t n, const double *x, int64_t incx);
+/** The one-based index of the first largest element, by reference.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the index, 0 for n below 1 */
 ORVLS_API int64_t orvls_iimax(const int64_t *n, const int64_t *x, const int64_t *incx);
+/** The one-based index of the first smallest element, by reference.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the index, 0 for n below 1 */
 ORVLS_API int64_t orvls_iimin(const int64_t *n, const int64_t *x, const int64_t *incx);
+/** The one-based index of the first element of largest absolute value.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the index, 0 for n below 1 */
 ORVLS_API int64_t orvls_isamax(int64_t n, const float *x, int64_t incx);
+/** @copydoc orvls_isamax() */
 ORVLS_API int64_t orvls_idamax(int64_t n, const double *x, int64_t incx);
+/** The one-based index of the first element of smallest absolute value.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the index, 0 for n below 1 */
 ORVLS_API int64_t orvls_isamin(int64_t n, const float *x, int64_t incx);
+/** @copydoc orvls_isamin() */
 ORVLS_API int64_t orvls_idamin(int64_t n, const double *x, int64_t incx);
-/* b := the n values of a sorted ascending; in place when a == b.  NaNs go to
- * the end (in no particular order); -0 and +0 compare equal and keep no
- * particular order between them. */
+/** b := the n values of a sorted ascending; in place when a == b.  NaNs go
+ * to the end (in no particular order); -0 and +0 compare equal and keep no
+ * particular order between them.
+ * @param n the number of values
+ * @param a the values, contiguous
+ * @param b the sorted values, or a itself */
 ORVLS_API void orvls_svrgn(int64_t n, const float *a, float *b);
+/** @copydoc orvls_svrgn() */
 ORVLS_API void orvls_dsvrgn(int64_t n, const double *a, double *b);
 
-/* Level 1: y := x; swap x and y; x := a x. */
+/** Level 1: y := x.
+ * @param n the length of x and y
+ * @param x the vector read
+ * @param incx the stride of x
+ * @param y the vector written
+ * @param incy the stride of y */
 ORVLS_API void orvls_scopy(int64_t n, const float *x, int64_t incx, float *y, int64_t incy);
+/** @copydoc orvls_scopy() */
 ORVLS_API void orvls_dcopy(int64_t n, const double *x, int64_t incx, double *y, int64_t incy);
+/** @copydoc orvls_scopy() */
 ORVLS_API void orvls_ccopy(int64_t n, const orvls_f_complex *x, int64_t incx, orvls_f_complex *y, int64_t incy);
+/** @copydoc orvls_scopy() */
 ORVLS_API void orvls_zcopy(int64_t n, const orvls_d_complex *x, int64_t incx, orvls_d_complex *y, int64_t incy);
+/** @copydoc orvls_scopy() */
 ORVLS_API void orvls_icopy(int64_t n, const int64_t *x, int64_t incx, int64_t *y, int64_t incy);
+/** Level 1: swaps x and y.
+ * @param n the length of x and y
+ * @param x the first vector
+ * @param incx the stride of x
+ * @param y the second vector
+ * @param incy the stride of y */
 ORVLS_API void orvls_cswap(int64_t n, orvls_f_complex *x, int64_t incx, orvls_f_complex *y, int64_t incy);
+/** @copydoc orvls_cswap() */
 ORVLS_API void orvls_zswap(int64_t n, orvls_d_complex *x, int64_t incx, orvls_d_complex *y, int64_t incy);
+/** @copydoc orvls_cswap() */
 ORVLS_API void orvls_iswap(int64_t n, int64_t *x, int64_t incx, int64_t *y, int64_t incy);
+/** Level 1: x := a x.
+ * @param n the length of x
+ * @param a the factor
+ * @param x the vector
+ * @param incx the stride of x */
 ORVLS_API void orvls_sscal(int64_t n, float a, float *x, int64_t incx);
+/** @copydoc orvls_sscal() */
 ORVLS_API void orvls_dscal(int64_t n, double a, double *x, int64_t incx);
+/** @copydoc orvls_sscal() */
 ORVLS_API void orvls_cscal(int64_t n, orvls_f_complex a, orvls_f_complex *x, int64_t incx);
+/** @copydoc orvls_sscal() */
 ORVLS_API void orvls_zscal(int64_t n, orvls_d_complex a, orvls_d_complex *x, int64_t incx);
+/** Level 1: x := a x, a real factor of a complex vector.
+ * @param n the length of x
+ * @param a the factor
+ * @param x the vector
+ * @param incx the stride of x */
 ORVLS_API void orvls_csscal(int64_t n, float a, orvls_f_complex *x, int64_t incx);
+/** @copydoc orvls_csscal() */
 ORVLS_API void orvls_zdscal(int64_t n, double a, orvls_d_complex *x, int64_t incx);
-/* Sum of x[i] y[i]. */
+/** Level 1: the sum of x[i] y[i].
+ * @param n the length of x and y
+ * @param x the first vector
+ * @param incx the stride of x
+ * @param y the second vector
+ * @param incy the stride of y
+ * @return the sum */
 ORVLS_API float orvls_sdot(int64_t n, const float *x, int64_t incx, const float *y, int64_t incy);
+/** @copydoc orvls_sdot() */
 ORVLS_API double orvls_ddot(int64_t n, const double *x, int64_t incx, const double *y, int64_t incy);
-/* Euclidean norms, free of overflow and underflow; orvls_scnrm2 is by
- * reference and sums the squares unscaled, returning 0 unless the sum is
- * above the smallest normal float. */
+/** Level 1: the Euclidean norm, free of overflow and underflow.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the norm */
 ORVLS_API float orvls_snrm2(int64_t n, const float *x, int64_t incx);
+/** @copydoc orvls_snrm2() */
 ORVLS_API double orvls_dnrm2(int64_t n, const double *x, int64_t incx);
+/** Level 1: the Euclidean norm of a float complex vector, by reference; it
+ * sums the squares unscaled and returns 0 unless the sum is above the
+ * smallest normal float.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the norm */
 ORVLS_API float orvls_scnrm2(const int64_t *n, const orvls_f_complex *x, const int64_t *incx);
+/** Level 1: the Euclidean norm of a double complex vector, free of
+ * overflow and underflow.
+ * @param n the length of x
+ * @param x the vector
+ * @param incx the stride of x
+ * @return the norm */
 ORVLS_API double orvls_dznrm2(int64_t n, const orvls_d_complex *x, int64_t incx);
-/* Plane rotations: apply (c, s); construct one (a := r, b := z); apply the
- * modified rotation param[0..4] = flag, h11, h21, h12, h22; construct one. */
+/** Level 1: applies the plane rotation (c, s) to the pairs (x[i], y[i]).
+ * @param n the length of x and y
+ * @param x the first vector
+ * @param incx the stride of x
+ * @param y the second vector
+ * @param incy the stride of y
+ * @param c the cosine
+ * @param s the sine */
 ORVLS_API void orvls_srot(int64_t n, float *x, int64_t incx, float *y, int64_t incy, float c, float s);
+/** @copydoc orvls_srot() */
 ORVLS_API void orvls_drot(int64_t n, double *x, int64_t incx, double *y, int64_t incy, double c, double s);
+/** Level 1: constructs the plane rotation that zeroes b.
+ * @param a in: the first component; out: r
+ * @param b in: the second component; out: z, which reconstructs c and s
+ * @param c receives the cosine
+ * @param s receives the sine */
 ORVLS_API void orvls_srotg(float *a, float *b, float *c, float *s);
+/** @copydoc orvls_srotg() */
 ORVLS_API void orvls_drotg(double *a, double *b, double *c, double *s);
+/** Level 1: applies the modified rotation param[0..4] = flag, h11, h21,
+ * h12, h22 to the pairs (x[i], y[i]).
+ * @param n the length of x and y
+ * @param x the first vector
+ * @param incx the stride of x
+ * @param y the second vector
+ * @param incy the stride of y
+ * @param param the rotation */
 ORVLS_API void orvls_srotm(int64_t n, float *x, int64_t incx, float *y, int64_t incy, const float *param);
+/** @copydoc orvls_srotm() */
 ORVLS_API void orvls_drotm(int64_t n, double *x, int64_t incx, double *y, int64_t incy, const double *param);
+/** Level 1: constructs the modified rotation that zeroes the second
+ * component of (sqrt(d1) x1, sqrt(d2) y1).
+ * @param d1 the first scale, updated
+ * @param d2 the second scale, updated
+ * @param x1 the first component, updated
+ * @param y1 the second component
+ * @param param receives the rotation, as for orvls_srotm() */
 ORVLS_API void orvls_srotmg(float *d1, float *d2, float *x1, float y1, float *param);
+/** @copydoc orvls_srotmg() */
 ORVLS_API void orvls_drotmg(double *d1, double *d2, double *x1, double y1, double *param);
 
-/* Level 2, by reference.  trans "N", "T" or "C"; uplo "U" or "L"; diag "U" or "N". */
-/* Solves op(A) x = b for triangular A; b in x on entry. */
+/** Level 2: solves op(A) x = b for triangular A; b in x on entry.  Errors
+ * (type 5): 50056 a bad option text, 2014 n below 0, 50055 lda below n or
+ * 1, 2015 incx of 0.
+ * @param uplo "U" upper or "L" lower triangle
+ * @param trans "N" A, "T" or "C" its transpose
+ * @param diag "U" unit or "N" non-unit diagonal
+ * @param n the order of A
+ * @param a the matrix, column-major
+ * @param lda its leading dimension
+ * @param x in: b; out: the solution
+ * @param incx the stride of x
+ * @param uplo_length the length of the uplo text
+ * @param trans_length the length of the trans text
+ * @param diag_length the length of the diag text */
 ORVLS_API void orvls_strsv(const char *uplo, const char *trans, const char *diag, const int64_t *n,
                            const float *a, const int64_t *lda, float *x, const int64_t *incx,
                            int64_t uplo_length, int64_t trans_length, int64_t diag_length);
+/** @copydoc orvls_strsv() */
 ORVLS_API void orvls_dtrsv(const char *uplo, const char *trans, const char *diag, const int64_t *n,
                            const double *a, const int64_t *lda, double *x, const int64_t *incx,
                            int64_t uplo_length, int64_t trans_length, int64_t diag_length);
-/* y := alpha op(A) x + beta y, A m x n. */
+/** Level 2: y := alpha op(A) x + beta y, A m by n.  Errors (type 5): 50056
+ * a bad option text, 2014 m or n below 0, 50055 lda below m or 1, 2015
+ * incx of 0, 2016 incy of 0.
+ * @param trans "N" A, "T" or "C" its transpose
+ * @param m the rows of A
+ * @param n the columns of A
+ * @param alpha the factor of op(A) x
+ * @param a the matrix, column-major
+ * @param lda its leading dimension
+ * @param x the vector multiplied
+ * @param incx the stride of x
+ * @param beta the factor of y
+ * @param y the result
+ * @param incy the stride of y
+ * @param trans_length the length of the trans text */
 ORVLS_API void orvls_sgemv(const char *trans, const int64_t *m, const int64_t *n, const float *alpha,
                            const float *a, const int64_t *lda, const float *x, const int64_t *incx,
                            const float *beta, float *y, const int64_t *incy, int64_t trans_length);
+/** @copydoc orvls_sgemv() */
 ORVLS_API void orvls_dgemv(const char *trans, const int64_t *m, const int64_t *n, const double *alpha,
                            const double *a, const int64_t *lda, const double *x, const int64_t *incx,
                            const double *beta, double *y, const int64_t *incy, int64_t trans_length);
-/* A := alpha x y' + A, A m x n. */
+/** Level 2: A := alpha x y' + A, A m by n.  Errors (type 5): 2014 m or n
+ * below 0, 50055 lda below m or 1, 2015 incx of 0, 2016 incy of 0.
+ * @param m the rows of A
+ * @param n the columns of A
+ * @param alpha the factor
+ * @param x the column vector
+ * @param incx the stride of x
+ * @param y the row vector
+ * @param incy the stride of y
+ * @param a the matrix, column-major
+ * @param lda its leading dimension */
 ORVLS_API void orvls_sger(const int64_t *m, const int64_t *n, const float *alpha, const float *x,
                           const int64_t *incx, const float *y, const int64_t *incy, float *a, const int64_t *lda);
+/** @copydoc orvls_sger() */
 ORVLS_API void orvls_dger(const int64_t *m, const int64_t *n, const double *alpha, const double *x,
                           const int64_t *incx, const double *y, const int64_t *incy, double *a, const int64_t *lda);
-/* y := alpha A x + beta y, A symmetric, one triangle referenced. */
+/** Level 2: y := alpha A x + beta y, A symmetric, one triangle referenced.
+ * Errors (type 5): 50056 a bad option text, 2014 n below 0, 50055 lda
+ * below n or 1, 2015 incx of 0, 2016 incy of 0.
+ * @param uplo "U" or "L": the triangle referenced
+ * @param n the order of A
+ * @param alpha the factor of A x
+ * @param a the matrix, column-major
+ * @param lda its leading dimension
+ * @param x the vector multiplied
+ * @param incx the stride of x
+ * @param beta the factor of y
+ * @param y the result
+ * @param incy the stride of y
+ * @param uplo_length the length of the uplo text */
 ORVLS_API void orvls_ssymv(const char *uplo, const int64_t *n, const float *alpha, const float *a,
                            const int64_t *lda, const float *x, const int64_t *incx, const float *beta, float *y,
                            const int64_t *incy, int64_t uplo_length);
-/* A := alpha x x' + A, one triangle. */
+/** Level 2: A := alpha x x' + A, one triangle.  Errors (type 5): 50056 a
+ * bad option text, 2014 n below 0, 50055 lda below n or 1, 2015 incx of 0.
+ * @param uplo "U" or "L": the triangle updated
+ * @param n the order of A
+ * @param alpha the factor
+ * @param x the vector
+ * @param incx the stride of x
+ * @param a the matrix, column-major
+ * @param lda its leading dimension
+ * @param uplo_length the length of the uplo text */
 ORVLS_API void orvls_ssyr(const char *uplo, const int64_t *n, const float *alpha, const float *x,
                           const int64_t *incx, float *a, const int64_t *lda, int64_t uplo_length);
-/* A := alpha x y' + alpha y x' + A, one triangle. */
+/** Level 2: A := alpha x y' + alpha y x' + A, one triangle.  Errors (type
+ * 5): 50056 a bad option text, 2014 n below 0, 50055 lda below n or 1,
+ * 2015 incx of 0, 2016 incy of 0.
+ * @param uplo "U" or "L": the triangle updated
+ * @param n the order of A
+ * @param alpha the factor
+ * @param x the first vector
+ * @param incx the stride of x
+ * @param y the second vector
+ * @param incy the stride of y
+ * @param a the matrix, column-major
+ * @param lda its leading dimension
+ * @param uplo_length the length of the uplo text */
 ORVLS_API void orvls_ssyr2(const char *uplo, const int64_t *n, const float *alpha, const float *x,
                            const int64_t *incx, const float *y, const int64_t *incy, float *a, const int64_t *lda,
                            int64_t uplo_length);
+/** @copydoc orvls_ssyr2() */
 ORVLS_API void orvls_dsyr2(const char *uplo, const int64_t *n, const double *alpha, const double *x,
                            const int64_t *incx, const double *y, const int64_t *incy, double *a,
                            const int64_t *lda, int64_t uplo_length);
 
-/* Level 3, by reference: C := alpha op(A) op(B) + beta C, C m x n, depth k. */
+/** Level 3: C := alpha op(A) op(B) + beta C, C m by n, depth k.  Errors
+ * (type 5): 50056 a bad option text, 2014 m, n or k below 0, 50055 a
+ * leading dimension below the rows it holds or 1.
+ * @param transa "N", "T" or "C": op(A)
+ * @param transb "N", "T" or "C": op(B)
+ * @param m the rows of C
+ * @param n the columns of C
+ * @param k the depth of the product
+ * @param alpha the factor of the product
+ * @param a the matrix A, column-major
+ * @param lda its leading dimension
+ * @param b the matrix B, column-major
+ * @param ldb its leading dimension
+ * @param beta the factor of C
+ * @param c the result, column-major
+ * @param ldc its leading dimension
+ * @param transa_length the length of the transa text
+ * @param transb_length the length of the transb text */
 ORVLS_API void orvls_sgemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n,
                            const int64_t *k, const float *alpha, const float *a, const int64_t *lda,
                            const float *b, const int64_t *ldb, const float *beta, float *c, const int64_t *ldc,
                            int64_t transa_length, int64_t transb_length);
+/** @copydoc orvls_sgemm() */
 ORVLS_API void orvls_dgemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n,
                            const int64_t *k, const double *alpha, const double *a, const int64_t *lda,
                            const double *b, const int64_t *ldb, const double *beta, double *c, const int64_t *ldc,
                            int64_t transa_length, int64_t transb_length);
 
-/* Scalars.  Maximum and minimum (a NaN argument is the result). */
+/** The larger of a and b; a NaN argument is the result.
+ * @param a the first value
+ * @param b the second value
+ * @return the maximum */
 ORVLS_API float orvls_f_max(float a, float b);
+/** @copydoc orvls_f_max() */
 ORVLS_API double orvls_d_max(double a, double b);
+/** @copydoc orvls_f_max() */
 ORVLS_API int64_t orvls_i_max(int64_t a, int64_t b);
+/** The smaller of a and b; a NaN argument is the result.
+ * @param a the first value
+ * @param b the second value
+ * @return the minimum */
 ORVLS_API float orvls_f_min(float a, float b);
+/** @copydoc orvls_f_min() */
 ORVLS_API double orvls_d_min(double a, double b);
+/** @copydoc orvls_f_min() */
 ORVLS_API int64_t orvls_i_min(int64_t a, int64_t b);
-/* x to the power y, through pow. */
+/** x to the power y, through pow.
+ * @param x the base
+ * @param y the exponent
+ * @return x^y */
 ORVLS_API float orvls_f_power(float x, float y);
+/** @copydoc orvls_f_power() */
 ORVLS_API double orvls_d_power(double x, double y);
-/* x to the integer power k by repeated products; k of 0 gives 1, also for x of 0. */
+/** x to the integer power k by repeated products; k of 0 gives 1, also
+ * for x of 0.
+ * @param x the base
+ * @param k the exponent
+ * @return x^k */
 ORVLS_API float orvls_f_integer_power(float x, int64_t k);
+/** @copydoc orvls_f_integer_power() */
 ORVLS_API double orvls_d_integer_power(double x, int64_t k);
-/* -a, and a / b by scaled division (b of 0 gives NaN parts). */
+/** -a for a complex a.
+ * @param a the value
+ * @return -a */
 ORVLS_API orvls_f_complex orvls_c_neg(orvls_f_complex a);
+/** @copydoc orvls_c_neg() */
 ORVLS_API orvls_d_complex orvls_z_neg(orvls_d_complex a);
+/** a / b by scaled division; b of 0 gives NaN parts.
+ * @param a the numerator
+ * @param b the denominator
+ * @return a / b */
 ORVLS_API orvls_f_complex orvls_c_div(orvls_f_complex a, orvls_f_complex b);
+/** @copydoc orvls_c_div() */
 ORVLS_API orvls_d_complex orvls_z_div(orvls_d_complex a, orvls_d_complex b);
+/** @} */
 /* END KERNELS */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN PRINTING */
-/* Result printing.
- *
- * orvls_d_write_matrix(title, nra, nca, a, options..., 0) prints the nra by
- * nca row-major matrix a under a title, with row and column labels (float:
- * orvls_f_, int64_t: orvls_i_).  a is transposed in place during the call
- * and restored before it returns: it must not be shared meanwhile.  Output
- * goes to the thread's output stream (orvls_umach(2, ...)), to a text that
- * the caller frees (ORVLS_RETURN_STRING), or to the console (standard output
- * with CR LF line ends); the call holds the output lock from its first line
- * to its last, unless it writes to a text.
+/** @addtogroup printing
+ * @{ */
+/** Prints a matrix under a title, with row and column labels:
+ * orvls_d_write_matrix(title, nra, nca, a, options..., 0).  a is
+ * transposed in place during the call and restored before it returns: it
+ * must not be shared meanwhile.  Output goes to the thread's output stream
+ * (orvls_umach() 2), to a text that the caller frees
+ * (@ref ORVLS_RETURN_STRING), or to the console (standard output with CR
+ * LF line ends); the call holds the output lock from its first line to its
+ * last, unless it writes to a text.
  *
  * Layout of a printed matrix (no line ends in blanks):
  *  - A blank line first when the paging setting is -2 or above 0.
  *  - The title: broken at its newlines, and into lines of at most
  *    page_width at the last blank that fits (a longer word is cut).  A
- *    newline ends a line, so "a\n\nb" is three lines and "a\n" one.
+ *    newline ends a line, so `"a\n\nb"` is three lines and `"a\n"` one.
  *  - One line of column labels (unless column style 0), then one line per
  *    row: the row label, then the entries.  Columns are two blanks apart.
  *  - The row-label column is as wide as the longest label shown, at most
@@ -1015,36 +1817,27 @@ ORVLS_API orvls_d_complex orvls_z_div(orvls_d_complex a, orvls_d_complex b);
  *    Rows and columns with nothing to show are left out (in each block the
  *    rows with nothing in that block's columns), and so are empty blocks;
  *    a matrix with nothing to show prints its title alone.
- *  - ORVLS_TRANSPOSE prints a as stored column-major with leading dimension
- *    a_col_dim: nca printed rows of nra columns; label counts follow.
+ *  - @ref ORVLS_TRANSPOSE prints a as stored column-major with leading
+ *    dimension a_col_dim: nca printed rows of nra columns; label counts
+ *    follow.
  *
- * Print settings (orvls_write_options, field numbers ORVLS_SET_...):
- *  - centering 1: each title line is centred in page_width, and each block
- *    of the table as a whole.
- *  - row wrap r > 0: the rows go in bands of r, and each band runs through
- *    all column blocks before the next band starts; 0: a single band.
- *  - paging: -2 no pages, with a blank line before each matrix; -1 no pages
- *    and no blank line; 0 and up: pages, the value counting the lines on
- *    the current page.  When a page holds page_length lines the next line
- *    starts with a form feed, and a table that goes on repeats its column
- *    labels (and its title when the title page is 1) at the top.  A block
- *    starts on a new page when its title, labels and first row do not fit.
- *    An empty title line adds one to this setting whatever its value.
- *  - NaN character 1: a NaN entry prints as "." instead of "NaN".
- *  - title page 1: the title heads every column block and every page.
- *  - format, used without ORVLS_WRITE_FORMAT: 0 "%11.4W", 1 "%13.6W",
- *    2 "%13.5e".
+ * Pages (orvls_write_options()): with paging 0 and up, when a page holds
+ * page_length lines the next line starts with a form feed, and a table
+ * that goes on repeats its column labels (and its title when the title
+ * page is 1) at the top.  A block starts on a new page when its title,
+ * labels and first row do not fit.  An empty title line adds one to the
+ * paging setting whatever its value.
  *
- * Entry formats: conversions "%[flags][width][.precision]letter", letters
- * W e E f g G d i o u x X, with the flags of printf; length letters (h l L q
- * j z t) are allowed and ignored.  Integer letters print a real rounded to
- * the nearest integer; real letters print an integer as a real.  Text around
- * a conversion prints with it ("%%" is one "%").  Several conversions serve
- * the columns in turn; a format without one prints its text in every cell.
- * Infinities print as "Inf" and "-Inf"; widths and precisions above 120 are
- * taken as 120.
+ * Entry formats: conversions `%[flags][width][.precision]letter`, letters
+ * W e E f g G d i o u x X, with the flags of printf; length letters (h l L
+ * q j z t) are allowed and ignored.  Integer letters print a real rounded
+ * to the nearest integer; real letters print an integer as a real.  Text
+ * around a conversion prints with it (`%%` is one `%`).  Several
+ * conversions serve the columns in turn; a format without one prints its
+ * text in every cell.  Infinities print as "Inf" and "-Inf"; widths and
+ * precisions above 120 are taken as 120.
  *
- * The conversion W, "%w.dW": the value in at most w characters with d
+ * The conversion W, `%w.dW`: the value in at most w characters with d
  * significant digits, fixed or exponent notation as fits:
  *  - 0 prints as "0"; a whole number whose digits fit in w prints exactly;
  *  - else fixed notation rounded to d significant digits, when that puts
@@ -1053,54 +1846,83 @@ ORVLS_API orvls_d_complex orvls_z_div(orvls_d_complex a, orvls_d_complex b);
  *  - else exponent notation with d significant digits, fewer if needed to
  *    fit in w (at least one);
  *  - trailing zeros of a fraction are dropped, and then a bare point.
- *  d missing: 4, and 0 means 1; w missing: d + 7.  Of the flags only "-"
- *  (left-justify) applies.  With "%11.4W": 1.5 "1.5", 2/3 "0.6667", 12345
- *  "12345", 123456.7 "1.235e+05", 0.001 "0.001", 0.0001 "1e-04",
- *  0.0001234 "0.0001234" (the two forms equally long). */
+ *
+ * d missing: 4, and 0 means 1; w missing: d + 7.  Of the flags only "-"
+ * (left-justify) applies.  With `%11.4W`: 1.5 "1.5", 2/3 "0.6667", 12345
+ * "12345", 123456.7 "1.235e+05", 0.001 "0.001", 0.0001 "1e-04", 0.0001234
+ * "0.0001234" (the two forms equally long).
+ *
+ * Errors (type 5): 603, nra or nca below 0, or a_col_dim below 1 (text 1
+ * = the name, int 1 = the value); 601, nca above a_col_dim; 10013, 10014,
+ * 10015, more than one triangle, row-label or column-label option; 104, a
+ * null label array or label (text 1 = the option); 20749,
+ * @ref ORVLS_RETURN_STRING with @ref ORVLS_WRITE_TO_CONSOLE; 200, no
+ * memory; 11001, an unknown option code.
+ * @param title the title; NULL or empty prints none
+ * @param nra the rows of a
+ * @param nca the columns of a
+ * @param a the matrix, row-major
+ * @param ... the option list, ended by 0 */
 ORVLS_API void orvls_f_write_matrix(const char *title, int64_t nra, int64_t nca, float *a, ...);
+/** @copydoc orvls_f_write_matrix() */
 ORVLS_API void orvls_d_write_matrix(const char *title, int64_t nra, int64_t nca, double *a, ...);
+/** @copydoc orvls_f_write_matrix() */
 ORVLS_API void orvls_i_write_matrix(const char *title, int64_t nra, int64_t nca, int64_t *a, ...);
-#define ORVLS_A_COL_DIM        10170 /* int: row length of a; default nca (1 if nca is 0) */
-#define ORVLS_PRINT_ALL        13910 /* triangle 0: every entry (default) */
-#define ORVLS_TRIANGLE_M1      13930 /* triangle -1: on and below the diagonal */
-#define ORVLS_TRIANGLE_M2      13940 /* triangle -2: below the diagonal */
-#define ORVLS_TRIANGLE_P1      13960 /* triangle 1: on and above the diagonal */
-#define ORVLS_TRIANGLE_P2      13970 /* triangle 2: above the diagonal */
-#define ORVLS_ROW_STYLE_0      13360 /* no row labels */
-#define ORVLS_ROW_STYLE_1      14340 /* rows numbered 1, 2, ... */
-#define ORVLS_ROW_LABELS       14330 /* const char *const *: one label per printed row */
-#define ORVLS_ROW_STYLE_3      14350 /* rows labelled "Row 1", "Row 2", ... */
-#define ORVLS_COL_STYLE_0      13330 /* no column labels */
-#define ORVLS_COL_STYLE_1      10760 /* columns numbered 1, 2, ... */
-#define ORVLS_COL_LABELS       10750 /* const char *const *: one label per printed column */
-#define ORVLS_COL_STYLE_3      10770 /* columns labelled "Col 1", "Col 2", ... */
-#define ORVLS_TRANSPOSE        15070 /* print a as stored column-major, rows and columns exchanged */
-#define ORVLS_WRITE_FORMAT     15410 /* const char *: format of the entries */
-#define ORVLS_RETURN_STRING    50100 /* char **: receives the printed text, freed by the caller */
-#define ORVLS_WRITE_TO_CONSOLE 50110 /* print to the console */
+#define ORVLS_A_COL_DIM        10170 /**< int: row length of a; default nca (1 if nca is 0) */
+#define ORVLS_PRINT_ALL        13910 /**< triangle 0: every entry (default) */
+#define ORVLS_TRIANGLE_M1      13930 /**< triangle -1: on and below the diagonal */
+#define ORVLS_TRIANGLE_M2      13940 /**< triangle -2: below the diagonal */
+#define ORVLS_TRIANGLE_P1      13960 /**< triangle 1: on and above the diagonal */
+#define ORVLS_TRIANGLE_P2      13970 /**< triangle 2: above the diagonal */
+#define ORVLS_ROW_STYLE_0      13360 /**< no row labels */
+#define ORVLS_ROW_STYLE_1      14340 /**< rows numbered 1, 2, ... */
+#define ORVLS_ROW_LABELS       14330 /**< const char *const *: one label per printed row */
+#define ORVLS_ROW_STYLE_3      14350 /**< rows labelled "Row 1", "Row 2", ... */
+#define ORVLS_COL_STYLE_0      13330 /**< no column labels */
+#define ORVLS_COL_STYLE_1      10760 /**< columns numbered 1, 2, ... */
+#define ORVLS_COL_LABELS       10750 /**< const char *const *: one label per printed column */
+#define ORVLS_COL_STYLE_3      10770 /**< columns labelled "Col 1", "Col 2", ... */
+#define ORVLS_TRANSPOSE        15070 /**< print a as stored column-major, rows and columns exchanged */
+#define ORVLS_WRITE_FORMAT     15410 /**< const char *: format of the entries */
+#define ORVLS_RETURN_STRING    50100 /**< char **: receives the printed text, freed by the caller */
+#define ORVLS_WRITE_TO_CONSOLE 50110 /**< print to the console */
 
-/* Page size of the thread: option 1 and 2 read page_width (initially 78)
- * and page_length (60) into *value; -1 and -2 set them from *value, which
- * must be at least 10. */
+/** Reads or sets the calling thread's page size.  Errors: type 5 code
+ * 10020, another option; type 5 codes 10021 and 10022, a width or length
+ * below 10 (int 1 = the value).
+ * @param option 1 and 2 read page_width (initially 78) and page_length
+ *        (60) into *value; -1 and -2 set them from *value
+ * @param value the value read or given */
 ORVLS_API void orvls_page(int64_t option, int64_t *value);
 
-/* Print settings of the thread: option n (1 to 6, the fields below) reads
- * field n into *value, -n sets it from *value, 0 restores all defaults. */
+/** Reads or sets the calling thread's print settings.  Errors: type 5 code
+ * 10019, an option outside -6..6; type 5 codes 109 and 110, a value out of
+ * the field's range (text 1 = the field, ints = the bounds and the value).
+ * @param option n (1 to 6, the fields below) reads field n into *value, -n
+ *        sets it from *value, 0 restores all defaults
+ * @param value the value read or given */
 ORVLS_API void orvls_write_options(int64_t option, int64_t *value);
-#define ORVLS_SET_CENTERING  1 /* 0 or 1; default 0 */
-#define ORVLS_SET_ROW_WRAP   2 /* 0 and up; default 1000 */
-#define ORVLS_SET_PAGING     3 /* -2 and up; default -2 */
-#define ORVLS_SET_NAN_CHAR   4 /* 0 or 1; default 0 */
-#define ORVLS_SET_TITLE_PAGE 5 /* 0 or 1; default 0 */
-#define ORVLS_SET_FORMAT     6 /* 0 to 2; default 0 */
+#define ORVLS_SET_CENTERING  1 /**< centering, 0 or 1 (default 0): 1 centres each title line and table in page_width */
+#define ORVLS_SET_ROW_WRAP   2 /**< row wrap, 0 and up (default 1000): r > 0 prints rows in bands of r through all column blocks; 0 one band */
+#define ORVLS_SET_PAGING     3 /**< paging, -2 and up (default -2): -2 no pages and a blank line before each matrix; -1 neither; 0 and up pages of page_length lines, the value counting the lines of the current page */
+#define ORVLS_SET_NAN_CHAR   4 /**< NaN character, 0 or 1 (default 0): 1 prints a NaN entry as "." instead of "NaN" */
+#define ORVLS_SET_TITLE_PAGE 5 /**< title page, 0 or 1 (default 0): 1 repeats the title on every column block and page */
+#define ORVLS_SET_FORMAT     6 /**< format used without ORVLS_WRITE_FORMAT, 0 to 2 (default 0): `%11.4W`, `%13.6W`, `%13.5e` */
 
-/* Writes text as a title, broken as above into lines of at most width and
- * centred in width when centering is set.  A null or empty text writes
- * nothing; the text must be shorter than 256 characters. */
+/** Writes a text as a title, broken into lines of at most width as for
+ * orvls_d_write_matrix() and centred in width when centering is set.
+ * Errors: type 5 code 10011, width below 1; type 5 code 602, a text of 256
+ * characters or more.
+ * @param text the title; NULL or empty writes nothing
+ * @param width the line width, 1 or more */
 ORVLS_API void orvls_wrtrl(const char *text, int64_t width);
-/* A blank line, then value printed as a 1 by 1 matrix under title. */
+/** Prints a blank line, then value as a 1 by 1 matrix under title.
+ * @param title the title
+ * @param value the value */
 ORVLS_API void orvls_wrrrs(const char *title, float value);
+/** @copydoc orvls_wrrrs() */
 ORVLS_API void orvls_dwrrrs(const char *title, double value);
+/** @} */
 /* END PRINTING */
 
 #ifdef __cplusplus
