@@ -1293,7 +1293,10 @@ ORVLS_API double orvls_d_beta_inverse_cdf(double p, double pin, double qin);
  * meanwhile.
  *
  * Errors, type 5 (no result): 603, n_observations or n_variables below 1
- * (text 1 = the name, int 1 = the value); 11117, both median options, or
+ * (text 1 = the name, int 1 = the value); 600, a row length
+ * (@ref ORVLS_X_COL_DIM, @ref ORVLS_RETURN_COL_DIM) below n_variables,
+ * refused before x is read (ints 1, 2 = the row length and n_variables);
+ * 11117, both median options, or
  * one twice (text 1 = their names); 11064 and 11065, a confidence of the
  * means or of the variances of 100 or more (real 1 = it); 11066, the count
  * of observations fell below 0; 201, no memory (text 1, int 1 = the size
