@@ -140,14 +140,14 @@ def measure(library, table, name, columns):
 
 def argument_axis(axis, xs, name, note):
     """How the arguments are drawn: a log axis for positive arguments over
-    many decades, sign(x) log10(1 + |x|) for arguments of both signs over
+    many decades, sign(x) log10(1 + |x|) for arguments from 0 or below over
     many decades (matplotlib's symlog fails over hundreds of them), else as
     they are.  Returns the function that maps the arguments."""
     finite = xs[np.isfinite(xs)]
     low, high = (finite.min(), finite.max()) if finite.size else (0, 0)
     if low > 0 and high / low > 1e3:
         axis.set_xscale("log")
-    elif low < 0 < high and max(-low, high) > 1e3:
+    elif low <= 0 < high and max(-low, high) > 1e3:
         axis.set_xlabel("sign(%s) log10(1 + |%s|)%s" % (name, name, note), fontsize=8)
         return lambda x: np.sign(x) * np.log10(1 + np.abs(x))
     axis.set_xlabel(name + note, fontsize=8)
@@ -191,12 +191,13 @@ def benchmark_times(path):
 
 def draw_speed(path, output, title):
     times = benchmark_times(path)
+    peers = sorted({name.split("/")[1] for name in times} - {"orvls", "orvls_guarded"})
+    # Functions in benchmark order, those measured beside at least one peer.
     functions = []
     for name in times:
         function = name.split("/")[0]
-        if function not in functions:
+        if function not in functions and any(function + "/" + peer in times for peer in peers):
             functions.append(function)
-    peers = sorted({name.split("/")[1] for name in times} - {"orvls", "orvls_guarded"})
     width = 0.8 / max(len(peers), 1)
     figure, axis = plt.subplots(figsize=(max(8, 0.75 * len(functions)), 4.5))
     for k, peer in enumerate(peers):
