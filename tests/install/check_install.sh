@@ -38,6 +38,13 @@ cc -std=c99 -Wall -Werror -o "$work/consumer_pc" "$source_dir/tests/install/cons
   $(pkg-config --cflags --libs orvls)
 run "$work/consumer_pc"
 
+# Without the installed message file the same program must notice.
+mv "$prefix/share/orvls/orvls_e.bin" "$work/orvls_e.bin"
+if (cd "$work/run" && LD_LIBRARY_PATH=$libdir "$work/consumer_pc" >/dev/null 2>&1); then
+  fail "the program does not tell a report without the message file"
+fi
+mv "$work/orvls_e.bin" "$prefix/share/orvls/orvls_e.bin"
+
 echo "== A program built through find_package(orvls)"
 cp -r "$source_dir/tests/install/consumer" "$work/consumer"
 cmake -S "$work/consumer" -B "$work/consumer/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
