@@ -815,6 +815,171 @@ ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_va
 /* END STATISTICS */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN CATEGORICAL */
+/**
+ * @brief Asymptotic tests and measures of association of a two-way table.
+ *
+ * orvls_d_contingency_table(n_rows, n_columns, table, options..., 0)
+ * (float: orvls_f_).  Counts are rounded half away from zero before use.
+ * Degrees of freedom are (r - 1)(c - 1) over the rows and columns with a
+ * non-zero total.  p-values are 1 - the chi-squared distribution function.
+ *
+ * @param n_rows    number of rows r, at least 1.
+ * @param n_columns number of columns c, at least 1.
+ * @param table     r by c counts, row-major (row length ORVLS_TABLE_COL_DIM).
+ * @return the p-value of Pearson's chi-squared; NaN after a fatal error, or
+ *         when df is 0.
+ *
+ * Options: ORVLS_CHI_SQUARED, ORVLS_EXPECTED(_USER),
+ * ORVLS_CONTRIBUTIONS(_USER), ORVLS_CHI_SQUARED_STATS(_USER),
+ * ORVLS_MEASURES, ORVLS_TABLE_STATS(_USER), ORVLS_TABLE_COL_DIM,
+ * ORVLS_EXPECTED_COL_DIM, ORVLS_CONTRIBUTIONS_COL_DIM (below).
+ *
+ * The expected values and the contributions (O - E)^2 / E are r + 1 by
+ * c + 1 row-major tables: the last column holds the row sums, the last row
+ * the column sums, the corner the total (N, and chi-squared).  A cell with
+ * E = 0 contributes 0.
+ *
+ * The chi-squared statistics (10): 0 Pearson chi-squared, 1 its p-value,
+ * 2 df, 3 likelihood-ratio G^2, 4 its p-value, 5 phi = sqrt(chi2 / N),
+ * 6 chi2 / (N + chi2) (the square of Pearson's contingency coefficient),
+ * 7 Cramer's V = sqrt(chi2 / (N (min(r, c) - 1))), 8 the Mantel-Haenszel
+ * chi-squared of linear association (N - 1) R^2 with R the correlation of
+ * the row and column indices, 9 its p-value on 1 degree of freedom.
+ *
+ * The table statistics: 6 rows of (value, asymptotic standard error):
+ * 0 Goodman and Kruskal's gamma, 1 Kendall's tau-b, 2 Stuart's tau-c,
+ * 3 Somers' D with the row margins in its denominator ((P - Q) / (N^2 -
+ * sum r_i^2)), 4 Somers' D with the column margins, 5 Pearson's correlation
+ * of the row and column indices.  The measures (6 values): Goodman and
+ * Kruskal's lambda of the columns given the rows, of the rows given the
+ * columns, and symmetric; Theil's uncertainty coefficient of the columns
+ * given the rows, of the rows given the columns, and symmetric.
+ *
+ * Errors:
+ *  - type 5, 603: n_rows or n_columns below 1;
+ *  - type 5, 600: a _COL_DIM option below the row it describes;
+ *  - type 5, 11001: unknown option (code, position); 104: null _USER array;
+ *  - type 5, 11140: negative count (row, column, value), 11142: NaN count,
+ *    11143: counts beyond the 64-bit integers; 11141: total not positive;
+ *  - type 5, 200, 201: a result or work array cannot be allocated;
+ *  - type 3, 11145, 11146, 11147: more than 20 percent of the cells of the
+ *    non-zero rows and columns have an expected value below 5: df > 30
+ *    (11145), else some expected value below 1 (11146, integer 1 = 1 for a
+ *    value below 0.5, 2 otherwise), else 11147;
+ *  - type 6, 11135: a p-value with df 0 (integer 1 = its index above);
+ *  - type 6, 11148: statistics 5 to 9 without a value (one column or row
+ *    with counts, or no variation of the indices);
+ *  - type 6, 11149: gamma, tau-b, tau-c or a Somers' D with a zero
+ *    denominator (texts "Gamma", "Kendall", "Stuart", "Somer(row)",
+ *    "Somer(col)"); type 6, 11133: the correlation with a zero
+ *    denominator, 11132: a standard error without a value, 11131: a
+ *    measure without a value (integer 1 = the index).  The value is NaN.
+ */
+ORVLS_API float orvls_f_contingency_table(int64_t n_rows, int64_t n_columns, const float *table, ...);
+/** @copydoc orvls_f_contingency_table */
+ORVLS_API double orvls_d_contingency_table(int64_t n_rows, int64_t n_columns, const double *table, ...);
+#define ORVLS_CHI_SQUARED           10450 /**< real *df, real *chi_squared, real *p_value: Pearson's test */
+#define ORVLS_EXPECTED              10470 /**< real **: receives the allocated r + 1 by c + 1 expected values */
+#define ORVLS_EXPECTED_USER         10480 /**< real *: the caller's array for the expected values */
+#define ORVLS_CONTRIBUTIONS         10490 /**< real **: receives the allocated r + 1 by c + 1 contributions */
+#define ORVLS_CONTRIBUTIONS_USER    10500 /**< real *: the caller's array for the contributions */
+#define ORVLS_EXPECTED_COL_DIM      10510 /**< int: row length of the expected values; default c + 1 */
+#define ORVLS_CONTRIBUTIONS_COL_DIM 10520 /**< int: row length of the contributions; default c + 1 */
+#define ORVLS_CHI_SQUARED_STATS     11550 /**< real **: receives the 10 allocated chi-squared statistics */
+#define ORVLS_CHI_SQUARED_STATS_USER 11570 /**< real *: the caller's array for the 10 statistics */
+#define ORVLS_MEASURES              12880 /**< real **: receives the 6 allocated measures */
+#define ORVLS_TABLE_STATS           14780 /**< real **: receives the allocated 6 by 2 table statistics */
+#define ORVLS_TABLE_STATS_USER      14790 /**< real *: the caller's array for the 6 by 2 statistics */
+#define ORVLS_TABLE_COL_DIM         20630 /**< int: row length of the table of counts; default n_columns */
+
+/**
+ * @brief Fisher's exact test of an r by c table by the network algorithm.
+ *
+ * orvls_d_exact_network(n_rows, n_columns, table, options..., 0) (float:
+ * orvls_f_).  Counts are rounded half away from zero; the work goes on the
+ * table with rows <= columns (the caller's table is not changed).  Paths
+ * are merged when their log-probabilities differ by less than
+ * t = sqrt(orvls_dmach(4)), and tables whose log-probability is at most
+ * that of the observed table plus t count towards the p-value.  By default
+ * nodes that pass the hybrid limits are counted by their chi-squared
+ * approximation (ORVLS_NO_HYBRID for the exact value throughout).  The
+ * hash and node tables of attempt i hold factor1 * 10^(i-1) and
+ * factor2 * 10^(i-1) entries; an attempt whose tables fill is retried with
+ * larger ones, and the longest-path work grows as a node needs, so the
+ * memory in use follows what the table needs.
+ *
+ * @param n_rows    number of rows, at least 1.
+ * @param n_columns number of columns, at least 1.
+ * @param table     the counts, row-major (row length ORVLS_TABLE_COL_DIM).
+ * @return the p-value; 1 for a table of zeros; NaN after a fatal error.
+ *
+ * Options: ORVLS_PROB_TABLE, ORVLS_P_VALUE_ADR, ORVLS_WORKSPACE,
+ * ORVLS_HYBRID, ORVLS_HYBRID_ADR, ORVLS_NO_HYBRID, ORVLS_TABLE_COL_DIM.
+ *
+ * Errors:
+ *  - type 5, 603: n_rows, n_columns below 1, factor1 below 1, factor2
+ *    below 10, max_attempts below 1;
+ *  - type 5, 600: ORVLS_TABLE_COL_DIM below n_columns;
+ *  - type 5, 11001: unknown option; 104: a null address in an option;
+ *  - type 5, 11140, 11142, 11143: a negative, NaN or too large count (row,
+ *    column, value);
+ *  - type 6, 20542: the counts sum to 0; the outputs of the options are NaN;
+ *  - type 5, 201: log factorials or work ("sum of all cell counts");
+ *    203: the tables of an attempt (attempt, both sizes);
+ *  - type 3, 20544, 20545: the hash table (ldkey) or node table (ldstp) of
+ *    an attempt filled and the next attempt follows;
+ *  - type 4, 20541: every attempt filled its tables (max_attempts, last
+ *    ldkey); 20543: the margins' key multipliers overflow; 20546: a longest
+ *    path with more states than 64-bit keys number; 20547: a path count
+ *    beyond 64 bits; type 5, 200: the longest-path work cannot grow.
+ */
+ORVLS_API float orvls_f_exact_network(int64_t n_rows, int64_t n_columns, const float *table, ...);
+/** @copydoc orvls_f_exact_network */
+ORVLS_API double orvls_d_exact_network(int64_t n_rows, int64_t n_columns, const double *table, ...);
+#define ORVLS_PROB_TABLE  20610 /**< real *: receives the probability of the observed table */
+#define ORVLS_P_VALUE_ADR 20620 /**< real *: receives the p-value */
+/** int factor1, int factor2, int max_attempts, int64_t *n_attempts: table sizes
+ *  of the first attempt (default 100, 3000), attempts (default 10), and where
+ *  the attempts used are stored */
+#define ORVLS_WORKSPACE   20640
+/** double expect, double percent, double minimum: a node with smallest row
+ *  times smallest column over its total above minimum, and at least percent
+ *  of its cells with expected value at least expect, is counted by the
+ *  chi-squared approximation (default 5, 80, 1) */
+#define ORVLS_HYBRID      20650
+#define ORVLS_NO_HYBRID   20660 /**< exact computation throughout */
+#define ORVLS_HYBRID_ADR  20950 /**< real *expect, real *percent, real *minimum: ORVLS_HYBRID by address */
+
+/**
+ * @brief Fisher's exact test of a small r by c table by enumeration.
+ *
+ * orvls_d_exact_enumeration(n_rows, n_columns, table, options..., 0)
+ * (float: orvls_f_).  Visits every table with the observed margins; a
+ * table counts when its probability times 1 - 10000 orvls_dmach(4) is at
+ * most the observed one.  The work grows with the number of such tables:
+ * for small tables only.
+ *
+ * @param n_rows    number of rows, at least 1.
+ * @param n_columns number of columns, at least 1.
+ * @param table     the counts, row-major (row length ORVLS_TABLE_COL_DIM).
+ * @return the p-value; 1 for a table of zeros; NaN after a fatal error.
+ *
+ * Options: ORVLS_PROB_TABLE, ORVLS_P_VALUE_ADR, ORVLS_TABLE_COL_DIM and
+ * ORVLS_TABLE_COUNT.
+ *
+ * Errors: type 5, 603, 600, 11001, 104, 11140, 11142, 11143 as for
+ * orvls_d_exact_network; type 6, 20540: the counts sum to 0, the outputs of
+ * the options are NaN; type 5, 202: work (n_rows, n_columns); 201: log
+ * factorials ("sum of all cell counts").
+ */
+ORVLS_API float orvls_f_exact_enumeration(int64_t n_rows, int64_t n_columns, const float *table, ...);
+/** @copydoc orvls_f_exact_enumeration */
+ORVLS_API double orvls_d_exact_enumeration(int64_t n_rows, int64_t n_columns, const double *table, ...);
+#define ORVLS_TABLE_COUNT 20670 /**< int64_t *: receives the number of tables with the observed margins */
+/* END CATEGORICAL */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN KERNELS */
 /* Vector and matrix kernels.  Vectors are a length, a first element and a
  * stride in elements; matrices are column-major with a leading dimension.
