@@ -169,7 +169,7 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs)
             if (!run.error_occurred)
-                seconds_[run.benchmark_name()] = run.GetAdjustedRealTime() * 1e-9;
+                seconds_[run.benchmark_name()] = run.GetAdjustedCPUTime() * 1e-3;  // CPU ms: the machine is shared
     }
     void Finalize() override
     {
@@ -180,8 +180,9 @@ public:
         for (const Table& t : tables()) {
             const double o = time("ours/" + t.name), r = time("R/" + t.name), raised = time("R_raised/" + t.name);
             const double peer = !std::isnan(r) ? r : raised;
-            std::printf("%-20s %12.3f %12s %14s %9.2f %10.1f\n", t.name.c_str(), o * 1e3, text(r).c_str(),
-                        text(raised).c_str(), peer / o, static_cast<double>(peak_kb(&t) - baseline) / 1024);
+            std::printf("%-20s %12.3f %12s %14s %9.2f %10.1f\n", t.name.c_str(), o * 1e3,
+                        text(r, "refused").c_str(), text(raised, std::isnan(r) ? "refused" : "-").c_str(), peer / o,
+                        static_cast<double>(peak_kb(&t) - baseline) / 1024);
         }
     }
 
@@ -191,10 +192,10 @@ private:
         const auto it = seconds_.find(name);
         return it == seconds_.end() ? std::nan("") : it->second;
     }
-    static std::string text(double seconds)
+    static std::string text(double seconds, const char* missing)
     {
         if (std::isnan(seconds))
-            return "refused";
+            return missing;
         char buffer[32];
         std::snprintf(buffer, sizeof buffer, "%.3f", seconds * 1e3);
         return buffer;
