@@ -175,7 +175,7 @@ public:
     {
         ConsoleReporter::Finalize();
         const long baseline = peak_kb(nullptr);
-        std::printf("\n%-20s %12s %12s %14s %9s %10s\n", "table", "ours (ms)", "R (ms)", "R raised (ms)", "R / ours",
+        std::printf("\n%-20s %13s %12s %14s %9s %10s\n", "table", "ours (CPU ms)", "R (CPU ms)", "R raised", "R / ours",
                     "peak (MB)");
         for (const Table& t : tables()) {
             const double o = time("ours/" + t.name), r = time("R/" + t.name), raised = time("R_raised/" + t.name);
