@@ -58,17 +58,17 @@ Table make_table(int64_t rows, int64_t columns, int64_t total, bool dense, unsig
 const std::vector<Table>& tables()
 {
     static const std::vector<Table> all = [] {
-        struct Spec {
+        struct TableShape {
             int64_t rows, columns, total;
             bool dense;
         };
-        const Spec specs[] = {{2, 5, 100, true}, {2, 8, 500, true}, {3, 4, 60, false}, {3, 5, 150, true},
+        const TableShape shapes[] = {{2, 5, 100, true}, {2, 8, 500, true}, {3, 4, 60, false}, {3, 5, 150, true},
                               {3, 8, 80, false}, {4, 4, 100, true}, {4, 6, 60, false}, {4, 6, 60, true},
                               {5, 5, 40, false}, {5, 5, 40, true},  {5, 6, 40, true},  {6, 6, 30, false},
                               {6, 6, 30, true},  {6, 8, 20, false}, {6, 8, 40, false}, {6, 8, 30, true}};
         std::vector<Table> t;
         unsigned seed = 1;
-        for (const Spec& s : specs)
+        for (const TableShape& s : shapes)
             t.push_back(make_table(s.rows, s.columns, s.total, s.dense, seed++));
         return t;
     }();
