@@ -1366,7 +1366,10 @@ ORVLS_API double *orvls_d_mlff_network_trainer(orvls_d_ff_net *ff_net, int64_t n
  * through the forward pass of the trainer, with the network's link weights
  * taken by position as the trainer takes them and its biases.  Returns
  * n_observations rows of one forecast per output node, which the caller
- * frees (or the ORVLS_RETURN_USER array); NULL after an error.
+ * frees (or the ORVLS_RETURN_USER array); NULL after an error.  Options:
+ * ORVLS_RETURN_USER, ORVLS_RETURN_COL_DIM (row length of the result;
+ * default the output count), ORVLS_CATEGORICAL_COL_DIM and
+ * ORVLS_CONTINUOUS_COL_DIM.
  *
  * Errors (type 5): 150 ff_net NULL; 603 n_observations below 1,
  * n_categorical or n_continuous below 0; 40085 the input columns do not

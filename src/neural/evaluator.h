@@ -86,6 +86,7 @@ public:
     // The gradient of the error by back-propagation over the flagged rows.
     void gradient(const Real* weights, Real* g);
 
+    int64_t n_weights() const { return flat_.n_weights; }
     void flag_all(int64_t value);
     int64_t* flags() const { return flags_.get(); }
     int64_t counter = 0;
