@@ -60,7 +60,8 @@ void pass(benchmark::State& state)
         benchmark::DoNotOptimize(s.g.data());
     }
     const double flops = 6.0 * double(s.net->n_links) * double(kObservations);
-    state.counters["GFLOPS"] = benchmark::Counter(flops * double(state.iterations()) / 1e9, benchmark::Counter::kIsRate);
+    state.counters["GFLOPS"] =
+        benchmark::Counter(flops * double(state.iterations()) / 1e9, benchmark::Counter::kIsRate);
 }
 
 // C (m x n) := A (m x k) B (k x n), column-major.

@@ -1032,7 +1032,7 @@ ORVLS_API double *orvls_d_min_uncon_multivar(void (*fcn)(int64_t n, const double
 #define ORVLS_MAX_ITN         12980 /**< int: iteration limit; default 100 */
 #define ORVLS_MAX_STEP        13070 /**< double: largest step; default 1000 max(|x0|, 1), Euclidean */
 #define ORVLS_MAX_STEP_ADR    13075 /**< real *: the same by address */
-#define ORVLS_REL_FCN_TOL     14170 /**< double: relative function tolerance; default max(1e-20, eps^(2/3)) (float: 1e-10) */
+#define ORVLS_REL_FCN_TOL     14170 /**< double: relative function tolerance; default max(1e-20 (float 1e-10), eps^(2/3)) */
 #define ORVLS_REL_FCN_TOL_ADR 14180 /**< real *: the same by address */
 #define ORVLS_STEP_TOL        14890 /**< double: scaled step tolerance; default eps^(2/3) */
 #define ORVLS_STEP_TOL_ADR    14900 /**< real *: the same by address */

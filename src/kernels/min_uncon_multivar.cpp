@@ -186,7 +186,8 @@ class Minimiser {
 public:
     Minimiser(int64_t n, const Routines<Real>& routines, const Settings<Real>& settings)
         : n_(n), routines_(routines), settings_(settings), eps_(machine_table<Real>(4)),
-          vectors_(static_cast<std::size_t>(6 * n)), hessian_(static_cast<std::size_t>(n) * static_cast<std::size_t>(n)),
+          vectors_(static_cast<std::size_t>(6 * n)),
+          hessian_(static_cast<std::size_t>(n) * static_cast<std::size_t>(n)),
           buffers_(static_cast<std::size_t>(2 * n))
     {
     }
@@ -419,8 +420,6 @@ double Minimiser<Real>::predicted_reduction() const
     return 0.5 * sum;
 }
 
-void notice(int64_t type, int64_t code) { orvls_ermes(type, code); }
-
 template <class Real>
 void Minimiser<Real>::run(Real* result, Real& fvalue)
 {
@@ -436,15 +435,15 @@ void Minimiser<Real>::run(Real* result, Real& fvalue)
     int64_t iteration = 0;
     while (!gradient_small(f)) {
         if (iteration >= settings_.max_itn) {
-            notice(3, 50057);
+            orvls_ermes(3, 50057);
             break;
         }
         if (n_fcn_ >= settings_.max_fcn) {
-            notice(3, 50058);
+            orvls_ermes(3, 50058);
             break;
         }
         if (n_grad_ >= settings_.max_grad) {
-            notice(3, 50065);
+            orvls_ermes(3, 50065);
             break;
         }
         ++iteration;
@@ -453,7 +452,7 @@ void Minimiser<Real>::run(Real* result, Real& fvalue)
         bool max_taken = false;
         if (!line_search(f, f_new, max_taken)) {
             if (n_fcn_ >= settings_.max_fcn) {
-                notice(3, 50058);
+                orvls_ermes(3, 50058);
                 break;
             }
             // Forward differences may be too coarse to lead downhill.
@@ -462,7 +461,7 @@ void Minimiser<Real>::run(Real* result, Real& fvalue)
                 gradient(point, f, g());
                 continue;
             }
-            notice(3, 20129);
+            orvls_ermes(3, 20129);
             break;
         }
         for (int64_t i = 0; i < n_; ++i) {
@@ -480,15 +479,15 @@ void Minimiser<Real>::run(Real* result, Real& fvalue)
         if (gradient_small(f))
             break;
         if (consecutive_max_steps == 5) {
-            notice(3, 20135);
+            orvls_ermes(3, 20135);
             break;
         }
         if (predicted_reduction() <= settings_.rfcn_tol * std::fabs(f)) {
-            notice(1, 50064);
+            orvls_ermes(1, 50064);
             break;
         }
         if (relative_size(n_, step(), point) <= settings_.step_tol) {
-            notice(3, 20131);
+            orvls_ermes(3, 20131);
             break;
         }
     }

@@ -58,6 +58,13 @@ bool check_activations(const FlatNetwork& flat);
 // row i (as reals) followed by continuous row i.
 template <class Real>
 struct Observations {
+    Observations() = default;
+    // Rows stored without gaps.
+    Observations(int64_t rows, int64_t n_cat, int64_t n_cont, const int64_t* cat, const Real* cont, const Real* out)
+        : n_observations(rows), n_categorical(n_cat), n_continuous(n_cont), categorical(cat), continuous(cont),
+          output(out), categorical_col_dim(n_cat), continuous_col_dim(n_cont)
+    {
+    }
     int64_t n_observations = 0;
     int64_t n_categorical = 0;
     int64_t n_continuous = 0;

@@ -82,9 +82,8 @@ Real* forecast(const Net<Real>* net, Observations<Real>& data, OptionReader& opt
         return nullptr;
     Evaluator<Real> evaluator(flat, data);
     WorkArray<Real> weights(static_cast<std::size_t>(flat.n_weights));
-    WorkArray<Real> owned(s.user_result != nullptr
-                              ? 0
-                              : static_cast<std::size_t>((data.n_observations - 1) * s.result_col_dim + flat.n_outputs));
+    const int64_t cells = (data.n_observations - 1) * s.result_col_dim + flat.n_outputs;
+    WorkArray<Real> owned(s.user_result != nullptr ? 0 : static_cast<std::size_t>(cells));
     if (!evaluator.ready())
         return nullptr;
     if (!weights.ok() || !owned.ok()) {
@@ -107,12 +106,7 @@ Real* forecast_entry(const Net<Real>* net, int64_t n_observations, int64_t n_cat
                      const int64_t* categorical, const Real* continuous, va_list ap)
 {
     OptionReader options(ap, 6);
-    Observations<Real> data;
-    data.n_observations = n_observations;
-    data.n_categorical = n_categorical;
-    data.n_continuous = n_continuous;
-    data.categorical = categorical;
-    data.continuous = continuous;
+    Observations<Real> data(n_observations, n_categorical, n_continuous, categorical, continuous, nullptr);
     return envelope<Real*>(public_name<Real>("orvls_f_mlff_network_forecast", "orvls_d_mlff_network_forecast"),
                            nullptr, [&] { return forecast<Real>(net, data, options); });
 }

@@ -141,14 +141,6 @@ struct Request {
     bool print = false;
 };
 
-template <class T>
-T non_null(OptionReader& options, const char* argument, const char* option)
-{
-    T pointer = options.pointer<T>();
-    refuse_null_user(pointer, argument, option);
-    return pointer;
-}
-
 template <class Real>
 void read_options(OptionReader& options, Request<Real>& request, ExclusiveOptions& link_options)
 {
@@ -161,12 +153,13 @@ void read_options(OptionReader& options, Request<Real>& request, ExclusiveOption
             break;
         case ORVLS_ACTIVATION_FCN:
             request.activation_layer = options.integer64();
-            request.activations = non_null<const int64_t*>(options, "activation_fcn", "ORVLS_ACTIVATION_FCN");
+            request.activations =
+                non_null_pointer<const int64_t*>(options, "activation_fcn", "ORVLS_ACTIVATION_FCN");
             request.activation = true;
             break;
         case ORVLS_BIAS:
             request.bias_layer = options.integer();
-            request.biases = non_null<const Real*>(options, "bias", "ORVLS_BIAS");
+            request.biases = non_null_pointer<const Real*>(options, "bias", "ORVLS_BIAS");
             request.bias = true;
             break;
         case ORVLS_LINK_ALL:
@@ -181,8 +174,12 @@ void read_options(OptionReader& options, Request<Real>& request, ExclusiveOption
             request.link_to = options.integer();
             request.link_from = options.integer();
             break;
-        case ORVLS_WEIGHTS: request.weights = non_null<const Real*>(options, "weights", "ORVLS_WEIGHTS"); break;
-        case ORVLS_N_LINKS: request.n_links = non_null<int64_t*>(options, "n_links", "ORVLS_N_LINKS"); break;
+        case ORVLS_WEIGHTS:
+            request.weights = non_null_pointer<const Real*>(options, "weights", "ORVLS_WEIGHTS");
+            break;
+        case ORVLS_N_LINKS:
+            request.n_links = non_null_pointer<int64_t*>(options, "n_links", "ORVLS_N_LINKS");
+            break;
         case ORVLS_PRINT_NETWORK:
         case ORVLS_PRINT: request.print = true; break;
         default: options.unknown(code);

@@ -51,14 +51,6 @@ struct Settings {
     }
 };
 
-template <class T>
-T user_array(OptionReader& options, const char* argument, const char* option)
-{
-    T pointer = options.pointer<T>();
-    refuse_null_user(pointer, argument, option);
-    return pointer;
-}
-
 template <class Real>
 void read_options(OptionReader& options, Settings<Real>& s)
 {
@@ -82,22 +74,24 @@ void read_options(OptionReader& options, Settings<Real>& s)
         case ORVLS_TOLERANCE: s.tolerance = static_cast<Real>(options.real()); break;
         case ORVLS_TOLERANCE_ADR: s.tolerance = options.real_address<Real>(); break;
         case ORVLS_PRINT: s.print = true; break;
-        case ORVLS_WEIGHTS: s.weights = user_array<Real**>(options, "weights", "ORVLS_WEIGHTS"); break;
-        case ORVLS_WEIGHTS_USER: s.weights_user = user_array<Real*>(options, "weights", "ORVLS_WEIGHTS_USER"); break;
-        case ORVLS_GRADIENT: s.gradient = user_array<Real**>(options, "gradients", "ORVLS_GRADIENT"); break;
+        case ORVLS_WEIGHTS: s.weights = non_null_pointer<Real**>(options, "weights", "ORVLS_WEIGHTS"); break;
+        case ORVLS_WEIGHTS_USER:
+            s.weights_user = non_null_pointer<Real*>(options, "weights", "ORVLS_WEIGHTS_USER");
+            break;
+        case ORVLS_GRADIENT: s.gradient = non_null_pointer<Real**>(options, "gradients", "ORVLS_GRADIENT"); break;
         case ORVLS_GRADIENT_USER:
-            s.gradient_user = user_array<Real*>(options, "gradients", "ORVLS_GRADIENT_USER");
+            s.gradient_user = non_null_pointer<Real*>(options, "gradients", "ORVLS_GRADIENT_USER");
             break;
-        case ORVLS_FORECASTS: s.forecasts = user_array<Real**>(options, "forecasts", "ORVLS_FORECASTS"); break;
+        case ORVLS_FORECASTS: s.forecasts = non_null_pointer<Real**>(options, "forecasts", "ORVLS_FORECASTS"); break;
         case ORVLS_FORECASTS_USER:
-            s.forecasts_user = user_array<Real*>(options, "forecasts", "ORVLS_FORECASTS_USER");
+            s.forecasts_user = non_null_pointer<Real*>(options, "forecasts", "ORVLS_FORECASTS_USER");
             break;
-        case ORVLS_RESIDUALS: s.residuals = user_array<Real**>(options, "residuals", "ORVLS_RESIDUALS"); break;
+        case ORVLS_RESIDUALS: s.residuals = non_null_pointer<Real**>(options, "residuals", "ORVLS_RESIDUALS"); break;
         case ORVLS_RESIDUALS_USER:
-            s.residuals_user = user_array<Real*>(options, "residuals", "ORVLS_RESIDUALS_USER");
+            s.residuals_user = non_null_pointer<Real*>(options, "residuals", "ORVLS_RESIDUALS_USER");
             break;
         case ORVLS_RETURN_USER:
-            s.statistics_user = user_array<Real*>(options, "statistics", "ORVLS_RETURN_USER");
+            s.statistics_user = non_null_pointer<Real*>(options, "statistics", "ORVLS_RETURN_USER");
             break;
         default: options.unknown(code);
         }
@@ -593,15 +587,7 @@ Real* trainer_entry(Net<Real>* net, int64_t n_observations, int64_t n_categorica
                     const int64_t* categorical, const Real* continuous, const Real* output, va_list ap)
 {
     OptionReader options(ap, 7);
-    Observations<Real> data;
-    data.n_observations = n_observations;
-    data.n_categorical = n_categorical;
-    data.n_continuous = n_continuous;
-    data.categorical = categorical;
-    data.continuous = continuous;
-    data.output = output;
-    data.categorical_col_dim = n_categorical;
-    data.continuous_col_dim = n_continuous;
+    const Observations<Real> data(n_observations, n_categorical, n_continuous, categorical, continuous, output);
     return envelope<Real*>(public_name<Real>("orvls_f_mlff_network_trainer", "orvls_d_mlff_network_trainer"),
                            nullptr, [&] { return l_mlff_network_trainer<Real>(net, data, options); });
 }
