@@ -171,10 +171,12 @@ bool is_fatal(int64_t type) { return type >= 4 && type != 6; }
 // The optimiser's notices about stopping: an epoch or a stage goes on after them.
 void clear_stopping_notice()
 {
+    // Type 0 with code 0 and a blank text clears the level's error.
+    constexpr int64_t kNone = 0;
     const int64_t code = orvls_n1rcode(0);
     for (int64_t notice : {50064, 50065, 20131, 20135, 50057, 50058, 20129})
         if (code == notice) {
-            orvls_e1mes(0, 0, " ");
+            orvls_e1mes(kNone, kNone, " ");
             return;
         }
 }
