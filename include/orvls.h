@@ -1140,6 +1140,70 @@ ORVLS_API orvls_f_complex orvls_c_neg(orvls_f_complex a);
 ORVLS_API orvls_d_complex orvls_z_neg(orvls_d_complex a);
 ORVLS_API orvls_f_complex orvls_c_div(orvls_f_complex a, orvls_f_complex b);
 ORVLS_API orvls_d_complex orvls_z_div(orvls_d_complex a, orvls_d_complex b);
+/** Unconstrained minimisation of a smooth function of n variables.
+ *
+ * orvls_d_min_uncon_multivar(fcn, n, options..., 0) (float:
+ * orvls_f_min_uncon_multivar) minimises f(x) from a starting point by a
+ * quasi-Newton method: the BFGS update of an inverse Hessian, started as the
+ * identity and rescaled after the first step, and a backtracking line search
+ * (quadratic then cubic interpolation, sufficient decrease with factor 1e-4)
+ * whose steps never exceed max_step.  The gradient is the caller's when a
+ * gradient routine is given; otherwise it is taken by forward differences,
+ * and by central differences from the first step that they fail to improve.
+ * fcn(n, x, &f) stores f(x); it may be NULL when ORVLS_FCN_W_DATA is given.
+ * Returns the minimiser, n reals the caller frees (or the ORVLS_RETURN_USER
+ * array); NULL after a fatal error.
+ *
+ * Stopping, with s = max(|x_i|, 1) and t = max(|f(x)|, 1):
+ *  - the scaled gradient max |g_i| s_i / t is at most grad_tol: converged;
+ *  - the step predicted by the quadratic model lowers f by at most
+ *    rfcn_tol |f(x)|: converged, note 50064 (type 1);
+ *  - the last relative step max |dx_i| / s_i is at most step_tol while the
+ *    gradient is not small: warning 20131 (false convergence);
+ *  - the line search finds no lower point: warning 20129;
+ *  - five successive steps of length max_step: warning 20135;
+ *  - max_itn iterations (50057), max_fcn function evaluations (50058) or
+ *    max_grad gradient evaluations (50065): warnings.
+ * Warnings are type 3, and the point reached is returned with them.  The
+ * function evaluations counted against max_fcn are those outside gradient
+ * differences; each gradient, analytic or by differences, counts once
+ * against max_grad.
+ *
+ * Errors (type 5): 603 n or a limit below 1 (string 1 = its name, int 1 =
+ * the value, int 2 = 1); 150 no function given (string 1 = "fcn"); 608 a
+ * tolerance below 0 (string 1 = its name, real 1 = the value, real 2 = 0);
+ * 50059 max_step not above 0 (real 1 = the value); 104 a null
+ * ORVLS_RETURN_USER or ORVLS_FVALUE pointer; 11001 an unknown option; 200
+ * memory.
+ *
+ * Routines given through options, in the precision of the form called:
+ *  - ORVLS_GRAD: void grad(int64_t n, const real *x, real *g), storing the
+ *    n partial derivatives at x in g;
+ *  - ORVLS_FCN_W_DATA: void fcn(int64_t n, const real *x, real *f, void
+ *    *data), then the data pointer it receives;
+ *  - ORVLS_GRAD_W_DATA: void grad(int64_t n, const real *x, real *g, void
+ *    *data), then its data pointer.
+ * @param fcn the function, or NULL with ORVLS_FCN_W_DATA
+ * @param n the number of variables, at least 1 */
+ORVLS_API float *orvls_f_min_uncon_multivar(void (*fcn)(int64_t n, const float *x, float *f), int64_t n, ...);
+/** The double form of orvls_f_min_uncon_multivar, documented above. */
+ORVLS_API double *orvls_d_min_uncon_multivar(void (*fcn)(int64_t n, const double *x, double *f), int64_t n, ...);
+#define ORVLS_FVALUE          11890 /**< real *: receives f at the minimiser */
+#define ORVLS_GRAD            12060 /**< gradient routine of the precision, without data */
+#define ORVLS_GRAD_TOL        12070 /**< double: scaled gradient tolerance; default eps^(1/3) */
+#define ORVLS_GRAD_TOL_ADR    12080 /**< real *: the same by address */
+#define ORVLS_MAX_FCN         12940 /**< int: function evaluation limit; default 400 */
+#define ORVLS_MAX_GRAD        12950 /**< int: gradient evaluation limit; default 400 */
+#define ORVLS_MAX_ITN         12980 /**< int: iteration limit; default 100 */
+#define ORVLS_MAX_STEP        13070 /**< double: largest step; default 1000 max(|x0|, 1), Euclidean */
+#define ORVLS_MAX_STEP_ADR    13075 /**< real *: the same by address */
+#define ORVLS_REL_FCN_TOL     14170 /**< double: relative function tolerance; default max(1e-20 (float 1e-10), eps^(2/3)) */
+#define ORVLS_REL_FCN_TOL_ADR 14180 /**< real *: the same by address */
+#define ORVLS_STEP_TOL        14890 /**< double: scaled step tolerance; default eps^(2/3) */
+#define ORVLS_STEP_TOL_ADR    14900 /**< real *: the same by address */
+#define ORVLS_XGUESS          15430 /**< const real *: starting point, n reals; default 0 */
+#define ORVLS_FCN_W_DATA      25770 /**< function with data: routine, then void * handed to it */
+#define ORVLS_GRAD_W_DATA     25790 /**< gradient with data: routine, then void * handed to it */
 /* END KERNELS */
 
 /* ---------------------------------------------------------------------- */
@@ -1270,6 +1334,233 @@ ORVLS_API void orvls_wrtrl(const char *text, int64_t width);
 ORVLS_API void orvls_wrrrs(const char *title, float value);
 ORVLS_API void orvls_dwrrrs(const char *title, double value);
 /* END PRINTING */
+
+/* ---------------------------------------------------------------------- */
+/* BEGIN NEURAL */
+/** A layer of a feed-forward network. */
+typedef struct {
+    int64_t n_nodes; /**< nodes in this layer */
+    int64_t *nodes;  /**< their indices into the network's nodes, ascending and contiguous */
+} orvls_ff_layer;
+
+/** A node of a float network (orvls_d_ff_node: the same with double fields). */
+typedef struct {
+    int64_t layer_id;       /**< index of the layer that holds the node */
+    int64_t n_inLinks;      /**< length of inLinks */
+    int64_t n_outLinks;     /**< length of outLinks */
+    int64_t *inLinks;       /**< indices into links of the links that end here, in order of creation, or NULL */
+    int64_t *outLinks;      /**< indices into links of the links that start here, in order of creation, or NULL */
+    float gradient;         /**< gradient of the error with respect to the bias; 1 until trained */
+    float bias;             /**< bias weight; 0 until set */
+    int64_t activation_fcn; /**< 0 linear, 1 logistic, 2 hyperbolic tangent, 3 squash x / (1 + |x|) */
+} orvls_f_ff_node;
+
+/** A node of a double network. */
+typedef struct {
+    int64_t layer_id;       /**< index of the layer that holds the node */
+    int64_t n_inLinks;      /**< length of inLinks */
+    int64_t n_outLinks;     /**< length of outLinks */
+    int64_t *inLinks;       /**< indices into links of the links that end here, in order of creation, or NULL */
+    int64_t *outLinks;      /**< indices into links of the links that start here, in order of creation, or NULL */
+    double gradient;        /**< gradient of the error with respect to the bias; 1 until trained */
+    double bias;            /**< bias weight; 0 until set */
+    int64_t activation_fcn; /**< 0 linear, 1 logistic, 2 hyperbolic tangent, 3 squash x / (1 + |x|) */
+} orvls_d_ff_node;
+
+/** A link of a float network. */
+typedef struct {
+    float weight;      /**< 0 when created */
+    float gradient;    /**< 1 when created */
+    int64_t to_node;   /**< index of the receiving node; -1 while unset */
+    int64_t from_node; /**< index of the sending node; -1 while unset */
+} orvls_f_ff_link;
+
+/** A link of a double network. */
+typedef struct {
+    double weight;     /**< 0 when created */
+    double gradient;   /**< 1 when created */
+    int64_t to_node;   /**< index of the receiving node; -1 while unset */
+    int64_t from_node; /**< index of the sending node; -1 while unset */
+} orvls_d_ff_link;
+
+/** A float feed-forward network, owned by the caller from
+ * orvls_f_mlff_network_init to orvls_f_mlff_network_free. */
+typedef struct {
+    int64_t n_layers;        /**< layers, input and output included; 2 after init */
+    orvls_ff_layer *layers;  /**< layer 0 is the input layer, the last the output layer */
+    int64_t n_links;         /**< length of links */
+    int64_t next_link;       /**< index of the next free entry of links; n_links between calls */
+    orvls_f_ff_link *links;  /**< the link table; NULL until the first link exists */
+    int64_t n_nodes;         /**< all nodes, input nodes included */
+    orvls_f_ff_node *nodes;  /**< input layer first, then each hidden layer, output layer last */
+} orvls_f_ff_net;
+
+/** A double feed-forward network. */
+typedef struct {
+    int64_t n_layers;        /**< layers, input and output included; 2 after init */
+    orvls_ff_layer *layers;  /**< layer 0 is the input layer, the last the output layer */
+    int64_t n_links;         /**< length of links */
+    int64_t next_link;       /**< index of the next free entry of links; n_links between calls */
+    orvls_d_ff_link *links;  /**< the link table; NULL until the first link exists */
+    int64_t n_nodes;         /**< all nodes, input nodes included */
+    orvls_d_ff_node *nodes;  /**< input layer first, then each hidden layer, output layer last */
+} orvls_d_ff_net;
+
+/** A new network of n_inputs input nodes (0 to n_inputs - 1, linear) and
+ * n_outputs output nodes (n_inputs on, linear), two layers and no links;
+ * release it with orvls_f_mlff_network_free.  NULL after an error: 603 an
+ * argument below 1 (string 1 = its name, int 1 = the value, int 2 = 1), 200
+ * memory.
+ * @param n_inputs input nodes, at least 1
+ * @param n_outputs output nodes, at least 1 */
+ORVLS_API orvls_f_ff_net *orvls_f_mlff_network_init(int64_t n_inputs, int64_t n_outputs);
+/** The double form of orvls_f_mlff_network_init. */
+ORVLS_API orvls_d_ff_net *orvls_d_mlff_network_init(int64_t n_inputs, int64_t n_outputs);
+
+/** Shapes a network: orvls_f_mlff_network(ffnet, options..., 0).
+ *
+ * The options are read first and carried out in this order, whatever their
+ * order in the list: ORVLS_CREATE_HIDDEN_LAYER (a layer of logistic nodes
+ * inserted just ahead of the output layer; the output nodes move up and
+ * links made earlier keep their node numbers, so add layers before links),
+ * ORVLS_ACTIVATION_FCN, ORVLS_BIAS, ORVLS_LINK_ALL (each layer fully to the
+ * next, links grouped by sending node), ORVLS_LINK_LAYER, ORVLS_LINK_NODE,
+ * ORVLS_REMOVE_LINK, ORVLS_WEIGHTS, ORVLS_N_LINKS, ORVLS_PRINT_NETWORK (or
+ * ORVLS_PRINT).  An option given twice keeps its last values; at most one
+ * of the four link options per call.  The report goes to the thread's
+ * output stream under the output lock.
+ *
+ * Errors (type 5 unless told; a failed check ends the call, and what was
+ * done before it stays done): 150 ffnet NULL; 11001 unknown option; 11117
+ * more than one link option; 603 n_perceptrons below 1; 40097 layer_id, or
+ * the to layer, outside 1..n_layers-1; 40098 the from layer outside
+ * 0..n_layers-2; 40092 two nodes or layers in one layer; 40089 an
+ * activation code outside 0..3 (int 1 = position, int 2 = code); 602 a node
+ * of ORVLS_LINK_NODE out of range; 40091 a link ending at an input node;
+ * 40093 a link starting at an output node; 605 to below from; 40094 a node
+ * number of ORVLS_REMOVE_LINK outside 0..n_links-1 (node numbers are
+ * compared with the number of links); 40095 no such link; 40096 (type 6)
+ * the link exists already, nothing added; 200 memory.
+ * @param ffnet the network, changed in place */
+ORVLS_API void orvls_f_mlff_network(orvls_f_ff_net *ffnet, ...);
+/** The double form of orvls_f_mlff_network (reals in ORVLS_BIAS and ORVLS_WEIGHTS are double). */
+ORVLS_API void orvls_d_mlff_network(orvls_d_ff_net *ffnet, ...);
+#define ORVLS_CREATE_HIDDEN_LAYER 40600 /**< int n_perceptrons: adds a hidden layer */
+#define ORVLS_ACTIVATION_FCN      40601 /**< int64_t layer_id, const int64_t *codes: activations of a layer's nodes */
+#define ORVLS_BIAS                40602 /**< int layer_id, const real *: biases of a layer's nodes */
+#define ORVLS_LINK_ALL            40603 /**< links each layer fully to the next */
+#define ORVLS_LINK_NODE           40604 /**< int to, int from: one link between two nodes */
+#define ORVLS_LINK_LAYER          40605 /**< int to, int from: every node of layer from to every node of layer to */
+#define ORVLS_REMOVE_LINK         40606 /**< int to, int from: removes the link between two nodes */
+#define ORVLS_N_LINKS             40607 /**< int64_t *: receives n_links */
+#define ORVLS_PRINT_NETWORK       40608 /**< prints the network */
+#define ORVLS_WEIGHTS_USER        15401 /**< real *: the caller's array for the weights */
+
+/** Releases a network and everything it holds; NULL is accepted. */
+ORVLS_API void orvls_f_mlff_network_free(orvls_f_ff_net *ffnet);
+/** The double form of orvls_f_mlff_network_free. */
+ORVLS_API void orvls_d_mlff_network_free(orvls_d_ff_net *ffnet);
+
+/** Trains a network: orvls_f_mlff_network_trainer(ff_net, n_observations,
+ * n_categorical, n_continuous, categorical, continuous, output, options...,
+ * 0).  Network input k reads categorical column k (as a real) for k below
+ * n_categorical, else continuous column k - n_categorical; output holds the
+ * targets, one row per observation, one column per output node.  The error
+ * is half the sum of squared differences of forecast and target.
+ *
+ * The weight vector has n_links link weights, then the biases of the
+ * non-input nodes in node order.  Its entries are taken by position: the
+ * forward pass walks the non-input nodes in order and, in each, its
+ * in-links in list order, taking the next entry for each; entry i is read
+ * from and written back to links[i].weight.
+ *
+ * Stage I runs n_epochs quasi-Newton minimisations (orvls_f_min_uncon_multivar,
+ * with the analytic gradient), each on epoch_size observations drawn at
+ * random, from the initial weights plus uniform deviates in (-0.5, 0.5),
+ * and keeps the best; it ends early once the best error is below tolerance.
+ * With Stage II on, Stage I works to max_itn / 2 iterations and rfcn_tol / 2.
+ * Stage II, unless the Stage I error is at most tolerance, minimises over all
+ * observations from the best weights with gradients by differences, and
+ * replaces the result only when it is lower.  The optimiser's stopping
+ * notices (50057, 50058, 50064, 50065, 20129, 20131, 20135) are cleared.
+ * The random numbers come from the thread's stream: a seeded run repeats
+ * itself exactly.  On success the weights, biases and gradients are written
+ * back into the network.
+ *
+ * Returns 5 statistics (the caller frees them): 0 the final error, 1 the
+ * error evaluations of the last Stage I epoch, 2 the Stage I error, 3 the
+ * Stage II evaluations, 4 the Stage II error (NaN, or 0 for the counts, for
+ * a stage that did not run).  NULL after a type 5 error; arrays asked for
+ * are still stored.
+ *
+ * Errors (type 5 unless told): 150 ff_net NULL; 603 n_observations below 1,
+ * n_categorical or n_continuous below 0, n_epochs or epoch_size below 0,
+ * epoch_size above n_observations, max_itn or max_fcn below 1, and (in the
+ * engine) max_step, rfcn_tol or grad_tol not above 0; 608 max_step,
+ * rfcn_tol, grad_tol or tolerance below 0; 40085 the input columns do not
+ * match the input nodes; 40084 no epoch to run; 40087 a negative link count;
+ * 40088 an activation code outside 0..3; 40086 (type 3) an error sum that
+ * is not finite: the largest real is used and training goes on; 104 a NULL
+ * user array; 11001 unknown option; 200, 201 memory.
+ * @param ff_net the network, updated on success
+ * @param n_observations rows of data, at least 1
+ * @param n_categorical categorical inputs, at least 0
+ * @param n_continuous continuous inputs, at least 0
+ * @param categorical n_observations by n_categorical, row after row
+ * @param continuous n_observations by n_continuous, row after row
+ * @param output n_observations by the output nodes, row after row */
+ORVLS_API float *orvls_f_mlff_network_trainer(orvls_f_ff_net *ff_net, int64_t n_observations, int64_t n_categorical,
+                                              int64_t n_continuous, const int64_t *categorical, const float *continuous,
+                                              const float *output, ...);
+/** The double form of orvls_f_mlff_network_trainer. */
+ORVLS_API double *orvls_d_mlff_network_trainer(orvls_d_ff_net *ff_net, int64_t n_observations, int64_t n_categorical,
+                                               int64_t n_continuous, const int64_t *categorical,
+                                               const double *continuous, const double *output, ...);
+#define ORVLS_STAGE_I         40609 /**< int n_epochs, int epoch_size; default 15 and n_observations */
+#define ORVLS_NO_STAGE_II     40610 /**< leaves Stage II out */
+#define ORVLS_TOLERANCE       15040 /**< double: error at which Stage I counts as converged; default 0.1 */
+#define ORVLS_TOLERANCE_ADR   15050 /**< real *: the same by address */
+#define ORVLS_PRINT           13900 /**< prints the training report (and, to orvls_f_mlff_network, the network) */
+#define ORVLS_GRADIENT        12050 /**< real **: receives the gradient at the final weights, n_nodes + n_links long */
+#define ORVLS_GRADIENT_USER   12051 /**< real *: the caller's array of n_weights for the gradient */
+#define ORVLS_FORECASTS       25730 /**< real **: receives the forecasts, one row per observation */
+#define ORVLS_FORECASTS_USER  25740 /**< real *: the caller's array for the forecasts */
+#define ORVLS_RESIDUALS       14190 /**< real **: receives forecast minus target, one row per observation */
+#define ORVLS_RESIDUALS_USER  14220 /**< real *: the caller's array for the residuals */
+
+/** Forecasts of a network for new rows:
+ * orvls_f_mlff_network_forecast(ff_net, n_observations, n_categorical,
+ * n_continuous, categorical, continuous, options..., 0).  Each row passes
+ * through the forward pass of the trainer, with the network's link weights
+ * taken by position as the trainer takes them and its biases.  Returns
+ * n_observations rows of one forecast per output node, which the caller
+ * frees (or the ORVLS_RETURN_USER array); NULL after an error.  Options:
+ * ORVLS_RETURN_USER, ORVLS_RETURN_COL_DIM (row length of the result;
+ * default the output count), ORVLS_CATEGORICAL_COL_DIM and
+ * ORVLS_CONTINUOUS_COL_DIM.
+ *
+ * Errors (type 5): 150 ff_net NULL; 603 n_observations below 1,
+ * n_categorical or n_continuous below 0; 40085 the input columns do not
+ * match the input nodes; 40088 an activation code outside 0..3; 600 a row
+ * length below its row (int 1, string 1 = the row length and its option,
+ * int 2, string 2 = the extent); 104 a NULL user array; 11001 unknown
+ * option; 200 memory.
+ * @param ff_net a network, usually trained
+ * @param n_observations rows to forecast, at least 1
+ * @param n_categorical categorical inputs, at least 0
+ * @param n_continuous continuous inputs, at least 0
+ * @param categorical n_observations rows of n_categorical, row-major
+ * @param continuous n_observations rows of n_continuous, row-major */
+ORVLS_API float *orvls_f_mlff_network_forecast(const orvls_f_ff_net *ff_net, int64_t n_observations,
+                                               int64_t n_categorical, int64_t n_continuous,
+                                               const int64_t *categorical, const float *continuous, ...);
+/** The double form of orvls_f_mlff_network_forecast. */
+ORVLS_API double *orvls_d_mlff_network_forecast(const orvls_d_ff_net *ff_net, int64_t n_observations,
+                                                int64_t n_categorical, int64_t n_continuous,
+                                                const int64_t *categorical, const double *continuous, ...);
+#define ORVLS_CATEGORICAL_COL_DIM 10570 /**< int: row length of categorical; default n_categorical */
+#define ORVLS_CONTINUOUS_COL_DIM  10970 /**< int: row length of continuous; default n_continuous */
+/* END NEURAL */
 
 #ifdef __cplusplus
 }
