@@ -13,6 +13,8 @@ void tour_distributions(void);
 void tour_statistics(void);
 void tour_random(void);
 void tour_sampling(void);
+void tour_contingency(void);
+void tour_network(void);
 
 int main(void)
 {
@@ -26,5 +28,7 @@ int main(void)
     tour_statistics();
     tour_random();
     tour_sampling();
+    tour_contingency();
+    tour_network();
     return 0;
 }
