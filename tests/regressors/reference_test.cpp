@@ -1,0 +1,182 @@
+// regressors_for_glm against regressor matrices from R's model.matrix
+// (tools/gen_regressors_refs.R), in both precisions, into an allocated
+// matrix and into the caller's wider one, with x restored bit for bit.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "regressors_support.h"
+
+namespace {
+
+struct Matrix {
+    int64_t rows = 0, columns = 0;
+    std::vector<double> values;
+};
+
+struct Case {
+    std::string name;
+    int method = 0, order = 0;  // order 0: the effects are listed
+    int64_t n_class = 0, n_cont = 0;
+    int x_col_dim = 0;
+    std::vector<int64_t> class_columns, effect_sizes, effect_columns;
+    Matrix x, expected;
+};
+
+void expect_word(std::ifstream& in, const char* word)
+{
+    std::string read;
+    in >> read;
+    ASSERT_EQ(read, word);
+}
+
+Matrix read_matrix(std::ifstream& in, const char* label)
+{
+    Matrix m;
+    expect_word(in, label);
+    in >> m.rows >> m.columns;
+    std::string word;
+    for (int64_t k = 0; k < m.rows * m.columns && in >> word; ++k)
+        m.values.push_back(std::strtod(word.c_str(), nullptr));
+    return m;
+}
+
+std::vector<int64_t> read_integers(std::ifstream& in, int64_t n)
+{
+    std::vector<int64_t> values(static_cast<std::size_t>(n));
+    for (int64_t& v : values)
+        in >> v;
+    return values;
+}
+
+std::vector<Case> read_cases()
+{
+    std::ifstream in(ORVLS_SOURCE_DIR "/tests/regressors/data/references.txt");
+    std::vector<Case> cases;
+    std::string word;
+    while (in >> word) {
+        if (word[0] == '#') {
+            std::getline(in, word);
+            continue;
+        }
+        Case c;
+        int64_t n = 0;
+        in >> c.name;
+        expect_word(in, "method");
+        in >> c.method;
+        expect_word(in, "order");
+        in >> c.order;
+        expect_word(in, "n_class");
+        in >> c.n_class;
+        expect_word(in, "n_cont");
+        in >> c.n_cont;
+        expect_word(in, "x_col_dim");
+        in >> c.x_col_dim;
+        expect_word(in, "class_columns");
+        in >> n;
+        c.class_columns = read_integers(in, n);
+        expect_word(in, "effects");
+        in >> n;
+        for (int64_t e = 0; e < n; ++e) {
+            int64_t size = 0;
+            in >> size;
+            c.effect_sizes.push_back(size);
+            for (int64_t column : read_integers(in, size))
+                c.effect_columns.push_back(column);
+        }
+        c.x = read_matrix(in, "x");
+        c.expected = read_matrix(in, "expected");
+        cases.push_back(c);
+    }
+    return cases;
+}
+
+const std::vector<Case>& cases()
+{
+    static const std::vector<Case> all = read_cases();
+    return all;
+}
+
+bool default_class_columns(const Case& c)
+{
+    for (int64_t k = 0; k < c.n_class; ++k)
+        if (c.class_columns[static_cast<std::size_t>(k)] != k)
+            return false;
+    return true;
+}
+
+// One call with every option of the case.  Default class columns are left
+// to the routine, two reserved codes taking the place of the option; an
+// output code of 0 ends the list early, for a count.
+template <class Real, class Out>
+int64_t run(const Case& c, Real* x, int output_code, Out output, int col_dim)
+{
+    const bool given = !default_class_columns(c);
+    const int class_code = given ? ORVLS_X_CLASS_COLUMNS : ORVLS_GLM_RESERVED;
+    const int64_t* class_columns = c.class_columns.data();
+    if (c.order > 0) {
+        if (given)
+            return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_DUMMY_METHOD, c.method,
+                                      ORVLS_MODEL_ORDER, c.order, ORVLS_X_COL_DIM, c.x_col_dim, class_code,
+                                      class_columns, output_code, output, ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
+        return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_DUMMY_METHOD, c.method, ORVLS_MODEL_ORDER,
+                                  c.order, ORVLS_X_COL_DIM, c.x_col_dim, class_code, class_code, output_code, output,
+                                  ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
+    }
+    const int n_effects = static_cast<int>(c.effect_sizes.size());
+    if (given)
+        return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_INDICES_EFFECTS, n_effects,
+                                  c.effect_sizes.data(), c.effect_columns.data(), ORVLS_DUMMY_METHOD, c.method,
+                                  ORVLS_X_COL_DIM, c.x_col_dim, class_code, class_columns, output_code, output,
+                                  ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
+    return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_INDICES_EFFECTS, n_effects,
+                              c.effect_sizes.data(), c.effect_columns.data(), ORVLS_DUMMY_METHOD, c.method,
+                              ORVLS_X_COL_DIM, c.x_col_dim, class_code, class_code, output_code, output,
+                              ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
+}
+
+template <class Real>
+void check_case(const Case& c)
+{
+    SCOPED_TRACE(c.name);
+    const std::vector<Real> original(c.x.values.begin(), c.x.values.end());
+    std::vector<Real> x = original;
+    const int64_t n = c.expected.rows, p = c.expected.columns;
+
+    // Counting only.
+    EXPECT_EQ(run<Real>(c, x.data(), 0, 0, 0), p);
+    EXPECT_TRUE(same_bits(x, original));
+
+    // An allocated matrix.
+    Real* allocated = nullptr;
+    EXPECT_EQ(run<Real>(c, x.data(), ORVLS_REGRESSORS, &allocated, static_cast<int>(p)), p);
+    EXPECT_TRUE(same_bits(x, original));
+    ASSERT_NE(allocated, nullptr);
+    expect_cells(c.expected.values, n, p, allocated, p);
+    orvls_free_allocated_memory(allocated);
+
+    // The caller's matrix, three cells wider: the extra cells keep their values.
+    const int col_dim = static_cast<int>(p) + 3;
+    std::vector<Real> user(static_cast<std::size_t>(n * col_dim), Real(99));
+    EXPECT_EQ(run<Real>(c, x.data(), ORVLS_REGRESSORS_USER, user.data(), col_dim), p);
+    EXPECT_TRUE(same_bits(x, original));
+    expect_cells(c.expected.values, n, p, user.data(), col_dim);
+    for (int64_t i = 0; i < n; ++i)
+        for (int64_t j = p; j < col_dim; ++j)
+            EXPECT_EQ(user[static_cast<std::size_t>(i * col_dim + j)], Real(99));
+}
+
+TEST(RegressorsReference, EveryCaseInBothPrecisions)
+{
+    ASSERT_EQ(cases().size(), 21u);
+    for (const Case& c : cases()) {
+        check_case<double>(c);
+        check_case<float>(c);
+        EXPECT_EQ(orvls_n1rty(1), 0);
+    }
+}
+
+}  // namespace
