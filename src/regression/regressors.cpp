@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
-#include <limits>
 
 #include "basic/precision.h"
 #include "frame/checks.h"
 #include "frame/envelope.h"
+#include "frame/machine.h"
 #include "frame/memory.h"
 #include "frame/options.h"
 #include "orvls.h"
@@ -323,7 +323,7 @@ EffectOutcome expand_effect(const Design<Real>& d, const int64_t* columns, int64
     }
     if (write) {
         if (miss) {
-            block.fill(blk, std::numeric_limits<Real>::quiet_NaN());
+            block.fill(blk, missing_value<Real>());
         } else if (method == 1 || nlast == 0) {
             block.fill(blk, 0);
             block[pos] = prod;
