@@ -48,88 +48,60 @@ std::vector<double> without_values_in_column_1()
     return x;
 }
 
+// A call on kData's 4 rows of 1 class and 2 continuous variables with these options.
+template <class... Options>
+std::function<int64_t(double*)> with(Options... options)
+{
+    return [=](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, options..., 0); };
+}
+
 TEST(RegressorsConditions, RefusalsReturnZeroWithTheirParametersAndRestoreX)
 {
     double* regressors = nullptr;
     double user[32];
+    const auto counts = [](int64_t n, int64_t n_class, int64_t n_cont) {
+        return [=](double* x) { return orvls_d_regressors_for_glm(n, x, n_class, n_cont, 0); };
+    };
     const Refusal refusals[] = {
-        {"unknown option", [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, 12345, 0); }, {5, 11001},
-         {12345, 5}},
-        {"unknown option behind the reserved one",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_GLM_RESERVED, 12345, 0); },
-         {5, 11001}, {12345, 7}},
-        {"no observations", [](double* x) { return orvls_d_regressors_for_glm(0, x, 1, 2, 0); }, {5, 603}, {0, 1},
-         "nobs"},
-        {"negative n_class", [](double* x) { return orvls_d_regressors_for_glm(4, x, -1, 2, 0); }, {5, 603}, {-1, 0},
-         "n_class"},
-        {"negative n_cont", [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, -2, 0); }, {5, 603}, {-2, 0},
-         "n_cont"},
-        {"negative n_effects",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_INDICES_EFFECTS, -1, kSizes, kColumns, 0); },
-         {5, 603}, {-1, 0}, "n_effects"},
-        {"no variables", [](double* x) { return orvls_d_regressors_for_glm(4, x, 0, 0, 0); }, {5, 20234}, {}},
-        {"order and effects",
-         [](double* x) {
-             return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_MODEL_ORDER, 1, ORVLS_INDICES_EFFECTS, 2, kSizes,
-                                               kColumns, 0);
-         },
-         {5, 11117}, {}, "ORVLS_MODEL_ORDER and ORVLS_INDICES_EFFECTS"},
-        {"order twice",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_MODEL_ORDER, 1, ORVLS_MODEL_ORDER, 2, 0); },
-         {5, 11117}, {}},
-        {"order 3", [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_MODEL_ORDER, 3, 0); },
-         {5, 20230}, {3}},
-        {"dummy method 4", [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_DUMMY_METHOD, 4, 0); },
-         {5, 20232}, {}},
-        {"short rows of x", [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_X_COL_DIM, 2, 0); },
-         {5, 20233}, {2}},
-        {"null regressors",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_REGRESSORS, nullptr, 0); }, {5, 104}, {},
-         "regressors", "ORVLS_REGRESSORS"},
-        {"null user regressors",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_REGRESSORS_USER, nullptr, 0); },
-         {5, 104}, {}, "regressors", "ORVLS_REGRESSORS_USER"},
-        {"null class columns",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_X_CLASS_COLUMNS, nullptr, 0); },
-         {5, 104}, {}, "class_columns", "ORVLS_X_CLASS_COLUMNS"},
-        {"null effect columns",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_INDICES_EFFECTS, 2, kSizes, nullptr, 0); },
-         {5, 104}, {}, "indices_effects", "ORVLS_INDICES_EFFECTS"},
-        {"class column beyond the row",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_X_CLASS_COLUMNS, kClassBeyond, 0); },
-         {5, 20235}, {1, 4, 3}},
-        {"class column below the row",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_X_CLASS_COLUMNS, kClassBelow, 0); },
-         {5, 20235}, {1, 0, 3}},
-        {"empty effect",
-         [](double* x) { return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_INDICES_EFFECTS, 2, kBadSize, kColumns, 0); },
-         {5, 20237}, {2, 0}},
-        {"effect column beyond the row",
-         [](double* x) {
-             return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_INDICES_EFFECTS, 2, kSizes, kColumnBeyond, 0);
-         },
-         {5, 20238}, {2, 3, 3}},
-        {"effect column below the row",
-         [](double* x) {
-             return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_INDICES_EFFECTS, 2, kSizes, kColumnBelow, 0);
-         },
-         {5, 20238}, {2, -1, 3}},
+        {"unknown option", with(12345), {5, 11001}, {12345, 5}},
+        {"unknown option behind the reserved one", with(ORVLS_GLM_RESERVED, 12345), {5, 11001}, {12345, 7}},
+        {"no observations", counts(0, 1, 2), {5, 603}, {0, 1}, "nobs"},
+        {"negative n_class", counts(4, -1, 2), {5, 603}, {-1, 0}, "n_class"},
+        {"negative n_cont", counts(4, 1, -2), {5, 603}, {-2, 0}, "n_cont"},
+        {"negative n_effects", with(ORVLS_INDICES_EFFECTS, -1, kSizes, kColumns), {5, 603}, {-1, 0}, "n_effects"},
+        {"no variables", counts(4, 0, 0), {5, 20234}, {}},
+        {"order and effects", with(ORVLS_MODEL_ORDER, 1, ORVLS_INDICES_EFFECTS, 2, kSizes, kColumns), {5, 11117}, {},
+         "ORVLS_MODEL_ORDER and ORVLS_INDICES_EFFECTS"},
+        {"order twice", with(ORVLS_MODEL_ORDER, 1, ORVLS_MODEL_ORDER, 2), {5, 11117}, {}},
+        {"order 3", with(ORVLS_MODEL_ORDER, 3), {5, 20230}, {3}},
+        {"dummy method 4", with(ORVLS_DUMMY_METHOD, 4), {5, 20232}, {}},
+        {"short rows of x", with(ORVLS_X_COL_DIM, 2), {5, 20233}, {2}},
+        {"null regressors", with(ORVLS_REGRESSORS, nullptr), {5, 104}, {}, "regressors", "ORVLS_REGRESSORS"},
+        {"null user regressors", with(ORVLS_REGRESSORS_USER, nullptr), {5, 104}, {}, "regressors",
+         "ORVLS_REGRESSORS_USER"},
+        {"null class columns", with(ORVLS_X_CLASS_COLUMNS, nullptr), {5, 104}, {}, "class_columns",
+         "ORVLS_X_CLASS_COLUMNS"},
+        {"null effect columns", with(ORVLS_INDICES_EFFECTS, 2, kSizes, nullptr), {5, 104}, {}, "indices_effects",
+         "ORVLS_INDICES_EFFECTS"},
+        {"class column beyond the row", with(ORVLS_X_CLASS_COLUMNS, kClassBeyond), {5, 20235}, {1, 4, 3}},
+        {"class column below the row", with(ORVLS_X_CLASS_COLUMNS, kClassBelow), {5, 20235}, {1, 0, 3}},
+        {"empty effect", with(ORVLS_INDICES_EFFECTS, 2, kBadSize, kColumns), {5, 20237}, {2, 0}},
+        {"effect column beyond the row", with(ORVLS_INDICES_EFFECTS, 2, kSizes, kColumnBeyond), {5, 20238},
+         {2, 3, 3}},
+        {"effect column below the row", with(ORVLS_INDICES_EFFECTS, 2, kSizes, kColumnBelow), {5, 20238},
+         {2, -1, 3}},
         {"class variable without a value",
          [](double* x) {
              return orvls_d_regressors_for_glm(4, x, 1, 1, ORVLS_X_CLASS_COLUMNS, kColumnBeyond + 2, ORVLS_X_COL_DIM,
                                                3, 0);
          },
          {5, 20231}, {1, 0}, nullptr, nullptr, without_values_in_column_1()},
-        {"short rows of regressors",
-         [&](double* x) {
-             return orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_REGRESSORS_USER, user, ORVLS_REGRESSORS_COL_DIM, 4, 0);
-         },
-         {5, 600}, {4, 5}, "ORVLS_REGRESSORS_COL_DIM", "n_regressors"},
+        {"short rows of regressors", with(ORVLS_REGRESSORS_USER, user, ORVLS_REGRESSORS_COL_DIM, 4), {5, 600}, {4, 5},
+         "ORVLS_REGRESSORS_COL_DIM", "n_regressors"},
         {"allocated regressors after an error",
          [&](double* x) {
              regressors = user;
-             const int64_t n = orvls_d_regressors_for_glm(4, x, 1, 2, ORVLS_REGRESSORS, &regressors,
-                                                          ORVLS_DUMMY_METHOD, 0, 0);
+             const int64_t n = with(ORVLS_REGRESSORS, &regressors, ORVLS_DUMMY_METHOD, 0)(x);
              EXPECT_EQ(regressors, nullptr);
              return n;
          },

@@ -26,18 +26,21 @@ struct Case {
     Matrix x, expected;
 };
 
-void expect_word(std::ifstream& in, const char* word)
+// The integer behind a label.
+int64_t labelled(std::ifstream& in, const char* label)
 {
     std::string read;
-    in >> read;
-    ASSERT_EQ(read, word);
+    int64_t value = 0;
+    in >> read >> value;
+    EXPECT_EQ(read, label);
+    return value;
 }
 
 Matrix read_matrix(std::ifstream& in, const char* label)
 {
     Matrix m;
-    expect_word(in, label);
-    in >> m.rows >> m.columns;
+    m.rows = labelled(in, label);
+    in >> m.columns;
     std::string word;
     for (int64_t k = 0; k < m.rows * m.columns && in >> word; ++k)
         m.values.push_back(std::strtod(word.c_str(), nullptr));
@@ -63,24 +66,15 @@ std::vector<Case> read_cases()
             continue;
         }
         Case c;
-        int64_t n = 0;
         in >> c.name;
-        expect_word(in, "method");
-        in >> c.method;
-        expect_word(in, "order");
-        in >> c.order;
-        expect_word(in, "n_class");
-        in >> c.n_class;
-        expect_word(in, "n_cont");
-        in >> c.n_cont;
-        expect_word(in, "x_col_dim");
-        in >> c.x_col_dim;
-        expect_word(in, "class_columns");
-        in >> n;
-        c.class_columns = read_integers(in, n);
-        expect_word(in, "effects");
-        in >> n;
-        for (int64_t e = 0; e < n; ++e) {
+        c.method = static_cast<int>(labelled(in, "method"));
+        c.order = static_cast<int>(labelled(in, "order"));
+        c.n_class = labelled(in, "n_class");
+        c.n_cont = labelled(in, "n_cont");
+        c.x_col_dim = static_cast<int>(labelled(in, "x_col_dim"));
+        c.class_columns = read_integers(in, labelled(in, "class_columns"));
+        const int64_t n_effects = labelled(in, "effects");
+        for (int64_t e = 0; e < n_effects; ++e) {
             int64_t size = 0;
             in >> size;
             c.effect_sizes.push_back(size);
@@ -100,42 +94,19 @@ const std::vector<Case>& cases()
     return all;
 }
 
-bool default_class_columns(const Case& c)
-{
-    for (int64_t k = 0; k < c.n_class; ++k)
-        if (c.class_columns[static_cast<std::size_t>(k)] != k)
-            return false;
-    return true;
-}
-
-// One call with every option of the case.  Default class columns are left
-// to the routine, two reserved codes taking the place of the option; an
-// output code of 0 ends the list early, for a count.
+// One call with every option of the case (and the reserved code, which
+// changes nothing); an output code of 0 ends the list early, for a count.
 template <class Real, class Out>
 int64_t run(const Case& c, Real* x, int output_code, Out output, int col_dim)
 {
-    const bool given = !default_class_columns(c);
-    const int class_code = given ? ORVLS_X_CLASS_COLUMNS : ORVLS_GLM_RESERVED;
-    const int64_t* class_columns = c.class_columns.data();
-    if (c.order > 0) {
-        if (given)
-            return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_DUMMY_METHOD, c.method,
-                                      ORVLS_MODEL_ORDER, c.order, ORVLS_X_COL_DIM, c.x_col_dim, class_code,
-                                      class_columns, output_code, output, ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
+    if (c.order > 0)
         return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_DUMMY_METHOD, c.method, ORVLS_MODEL_ORDER,
-                                  c.order, ORVLS_X_COL_DIM, c.x_col_dim, class_code, class_code, output_code, output,
-                                  ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
-    }
-    const int n_effects = static_cast<int>(c.effect_sizes.size());
-    if (given)
-        return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_INDICES_EFFECTS, n_effects,
-                                  c.effect_sizes.data(), c.effect_columns.data(), ORVLS_DUMMY_METHOD, c.method,
-                                  ORVLS_X_COL_DIM, c.x_col_dim, class_code, class_columns, output_code, output,
-                                  ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
-    return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_INDICES_EFFECTS, n_effects,
-                              c.effect_sizes.data(), c.effect_columns.data(), ORVLS_DUMMY_METHOD, c.method,
-                              ORVLS_X_COL_DIM, c.x_col_dim, class_code, class_code, output_code, output,
-                              ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
+                                  c.order, ORVLS_GLM_RESERVED, ORVLS_X_COL_DIM, c.x_col_dim, ORVLS_X_CLASS_COLUMNS,
+                                  c.class_columns.data(), output_code, output, ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
+    return regressors_for_glm(c.x.rows, x, c.n_class, c.n_cont, ORVLS_INDICES_EFFECTS,
+                              static_cast<int>(c.effect_sizes.size()), c.effect_sizes.data(), c.effect_columns.data(),
+                              ORVLS_DUMMY_METHOD, c.method, ORVLS_X_COL_DIM, c.x_col_dim, ORVLS_X_CLASS_COLUMNS,
+                              c.class_columns.data(), output_code, output, ORVLS_REGRESSORS_COL_DIM, col_dim, 0);
 }
 
 template <class Real>
