@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
+#include <cstdint>
 
 #include "basic/precision.h"
 #include "frame/checks.h"
@@ -20,49 +21,36 @@ namespace orvls::regression {
 namespace {
 
 // ---------------------------------------------------------------------------
-// Argument checks shared by the kernels and the public routine.  Each reports
-// the first bad entry of its array, positions counting from 1.
+// Argument checks shared by the kernels and the public routine.
+
+constexpr int64_t kNoLimit = INT64_MAX;
+
+// The first entry of values[0..n) outside low..high is refused with `code`:
+// int 1 = its position from 1, int 2 = the entry plus `shown_shift` (so that
+// a one-based column shows as the caller gave it), int 3 = high when there
+// is a limit.
+bool entries_in_range(int64_t n, const int64_t* values, int64_t low, int64_t high, int64_t code,
+                      int64_t shown_shift = 0)
+{
+    for (int64_t k = 0; k < n; ++k) {
+        if (values[k] < low || values[k] > high) {
+            orvls_e1sti(1, k + 1);
+            orvls_e1sti(2, values[k] + shown_shift);
+            if (high != kNoLimit)
+                orvls_e1sti(3, high);
+            orvls_ermes(5, code);
+            return false;
+        }
+    }
+    return true;
+}
 
 bool check_class_columns(int64_t nclvar, const int64_t* indcl, int64_t ncol)
 {
-    for (int64_t k = 0; k < nclvar; ++k) {
-        if (indcl[k] < 1 || indcl[k] > ncol) {
-            orvls_e1sti(1, k + 1);
-            orvls_e1sti(2, indcl[k]);
-            orvls_e1sti(3, ncol);
-            orvls_ermes(5, 20235);
-            return false;
-        }
-    }
-    return true;
+    return entries_in_range(nclvar, indcl, 1, ncol, 20235);
 }
 
-bool check_class_counts(int64_t nclvar, const int64_t* nclval)
-{
-    for (int64_t k = 0; k < nclvar; ++k) {
-        if (nclval[k] < 1) {
-            orvls_e1sti(1, k + 1);
-            orvls_e1sti(2, nclval[k]);
-            orvls_ermes(5, 20231);
-            return false;
-        }
-    }
-    return true;
-}
-
-// Effect sizes at least 1 (20237).
-bool check_effect_sizes(int64_t nef, const int64_t* nvef)
-{
-    for (int64_t e = 0; e < nef; ++e) {
-        if (nvef[e] < 1) {
-            orvls_e1sti(1, e + 1);
-            orvls_e1sti(2, nvef[e]);
-            orvls_ermes(5, 20237);
-            return false;
-        }
-    }
-    return true;
-}
+bool check_effect_sizes(int64_t nef, const int64_t* nvef) { return entries_in_range(nef, nvef, 1, kNoLimit, 20237); }
 
 int64_t effect_entries(int64_t nef, const int64_t* nvef)
 {
@@ -72,27 +60,13 @@ int64_t effect_entries(int64_t nef, const int64_t* nvef)
     return entries;
 }
 
-// One-based effect columns within 1..ncol (20238, told zero-based, as a
-// caller of the public routine names them).
-bool check_effect_columns(int64_t entries, const int64_t* indef, int64_t ncol)
-{
-    for (int64_t t = 0; t < entries; ++t) {
-        if (indef[t] < 1 || indef[t] > ncol) {
-            orvls_e1sti(1, t + 1);
-            orvls_e1sti(2, indef[t] - 1);
-            orvls_e1sti(3, ncol);
-            orvls_ermes(5, 20238);
-            return false;
-        }
-    }
-    return true;
-}
-
+// The one-based effect columns within 1..ncol are told zero-based, as a
+// caller of the public routine names them.
 bool check_effects(int64_t nef, const int64_t* nvef, const int64_t* indef, int64_t ncol)
 {
     int64_t checks = 0;
     return orvls_check_range(nef, "nef", 0, -1, &checks) && check_effect_sizes(nef, nvef) &&
-           check_effect_columns(effect_entries(nef, nvef), indef, ncol);
+           entries_in_range(effect_entries(nef, nvef), indef, 1, ncol, 20238, -1);
 }
 
 // A count of rows at least 0 (603) and a leading dimension that spans them (600).
@@ -382,14 +356,6 @@ struct Request {
     bool output() const { return regressors != nullptr || regressors_user != nullptr; }
 };
 
-template <class T>
-T non_null(OptionReader& options, const char* argument, const char* option)
-{
-    T pointer = options.pointer<T>();
-    refuse_null_user(pointer, argument, option);
-    return pointer;
-}
-
 template <class Real>
 void read_options(OptionReader& options, int64_t n_class, Request<Real>& request, ExclusiveOptions& model_options)
 {
@@ -415,11 +381,11 @@ void read_options(OptionReader& options, int64_t n_class, Request<Real>& request
             break;
         case ORVLS_X_COL_DIM: request.x_col_dim = options.integer(); break;
         case ORVLS_REGRESSORS:
-            request.regressors = non_null<Real**>(options, "regressors", "ORVLS_REGRESSORS");
+            request.regressors = options.non_null_pointer<Real**>("regressors", "ORVLS_REGRESSORS");
             request.regressors_user = nullptr;
             break;
         case ORVLS_REGRESSORS_USER:
-            request.regressors_user = non_null<Real*>(options, "regressors", "ORVLS_REGRESSORS_USER");
+            request.regressors_user = options.non_null_pointer<Real*>("regressors", "ORVLS_REGRESSORS_USER");
             request.regressors = nullptr;
             break;
         case ORVLS_REGRESSORS_COL_DIM:
@@ -698,7 +664,7 @@ void orvls_grglm(int64_t nrow, int64_t ncol, const Real* x, int64_t ldx, int64_t
     if (method < 1 || method > 3)
         orvls_ermes(5, 20232);
     else if (check_rows(nrow, ldx, "ldx") && (!write || check_rows(nrow, ldreg, "ldreg")) &&
-             check_class_variables(nclvar, indcl, ncol) && check_class_counts(nclvar, nclval) &&
+             check_class_variables(nclvar, indcl, ncol) && entries_in_range(nclvar, nclval, 1, kNoLimit, 20231) &&
              check_effects(nef, nvef, indef, ncol)) {
         const Design<Real> design{nclvar, indcl, nclval, clval, nef, nvef, indef, method};
         *nreg = design.regressors();

@@ -3,19 +3,13 @@
 // matrix and into the caller's wider one, with x restored bit for bit.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "reference_blocks.h"
 #include "regressors_support.h"
 
 namespace {
-
-struct Matrix {
-    int64_t rows = 0, columns = 0;
-    std::vector<double> values;
-};
 
 struct Case {
     std::string name;
@@ -23,11 +17,11 @@ struct Case {
     int64_t n_class = 0, n_cont = 0;
     int x_col_dim = 0;
     std::vector<int64_t> class_columns, effect_sizes, effect_columns;
-    Matrix x, expected;
+    ReferenceMatrix x, expected;
 };
 
 // The integer behind a label.
-int64_t labelled(std::ifstream& in, const char* label)
+int64_t labelled(std::istream& in, const char* label)
 {
     std::string read;
     int64_t value = 0;
@@ -36,18 +30,7 @@ int64_t labelled(std::ifstream& in, const char* label)
     return value;
 }
 
-Matrix read_matrix(std::ifstream& in, const char* label)
-{
-    Matrix m;
-    m.rows = labelled(in, label);
-    in >> m.columns;
-    std::string word;
-    for (int64_t k = 0; k < m.rows * m.columns && in >> word; ++k)
-        m.values.push_back(std::strtod(word.c_str(), nullptr));
-    return m;
-}
-
-std::vector<int64_t> read_integers(std::ifstream& in, int64_t n)
+std::vector<int64_t> read_integers(std::istream& in, int64_t n)
 {
     std::vector<int64_t> values(static_cast<std::size_t>(n));
     for (int64_t& v : values)
@@ -55,42 +38,28 @@ std::vector<int64_t> read_integers(std::ifstream& in, int64_t n)
     return values;
 }
 
-std::vector<Case> read_cases()
-{
-    std::ifstream in(ORVLS_SOURCE_DIR "/tests/regressors/data/references.txt");
-    std::vector<Case> cases;
-    std::string word;
-    while (in >> word) {
-        if (word[0] == '#') {
-            std::getline(in, word);
-            continue;
-        }
-        Case c;
-        in >> c.name;
-        c.method = static_cast<int>(labelled(in, "method"));
-        c.order = static_cast<int>(labelled(in, "order"));
-        c.n_class = labelled(in, "n_class");
-        c.n_cont = labelled(in, "n_cont");
-        c.x_col_dim = static_cast<int>(labelled(in, "x_col_dim"));
-        c.class_columns = read_integers(in, labelled(in, "class_columns"));
-        const int64_t n_effects = labelled(in, "effects");
-        for (int64_t e = 0; e < n_effects; ++e) {
-            int64_t size = 0;
-            in >> size;
-            c.effect_sizes.push_back(size);
-            for (int64_t column : read_integers(in, size))
-                c.effect_columns.push_back(column);
-        }
-        c.x = read_matrix(in, "x");
-        c.expected = read_matrix(in, "expected");
-        cases.push_back(c);
-    }
-    return cases;
-}
-
 const std::vector<Case>& cases()
 {
-    static const std::vector<Case> all = read_cases();
+    static const std::vector<Case> all =
+        read_reference_cases<Case>("tests/regressors/data/references.txt", [](std::istream& in, Case& c) {
+            in >> c.name;
+            c.method = static_cast<int>(labelled(in, "method"));
+            c.order = static_cast<int>(labelled(in, "order"));
+            c.n_class = labelled(in, "n_class");
+            c.n_cont = labelled(in, "n_cont");
+            c.x_col_dim = static_cast<int>(labelled(in, "x_col_dim"));
+            c.class_columns = read_integers(in, labelled(in, "class_columns"));
+            const int64_t n_effects = labelled(in, "effects");
+            for (int64_t e = 0; e < n_effects; ++e) {
+                int64_t size = 0;
+                in >> size;
+                c.effect_sizes.push_back(size);
+                for (int64_t column : read_integers(in, size))
+                    c.effect_columns.push_back(column);
+            }
+            c.x = read_reference_matrix(in, "x");
+            c.expected = read_reference_matrix(in, "expected");
+        });
     return all;
 }
 
