@@ -52,10 +52,10 @@ void read_options(OptionReader& options, Settings<Real>& settings, ExclusiveOpti
         case ORVLS_CONFIDENCE_VARIANCES: settings.variance_confidence = static_cast<Real>(options.real()); break;
         case ORVLS_CONFIDENCE_VARIANCES_ADR: settings.variance_confidence = options.real_address<Real>(); break;
         case ORVLS_FREQUENCIES:
-            settings.frequencies = options.non_null_pointer<const Real*>("frequencies", "ORVLS_FREQUENCIES");
+            settings.frequencies = non_null_pointer<const Real*>(options, "frequencies", "ORVLS_FREQUENCIES");
             break;
         case ORVLS_WEIGHTS:
-            settings.weights = options.non_null_pointer<const Real*>("weights", "ORVLS_WEIGHTS");
+            settings.weights = non_null_pointer<const Real*>(options, "weights", "ORVLS_WEIGHTS");
             break;
         case ORVLS_MEDIAN:
             median_options.seen();
@@ -66,7 +66,7 @@ void read_options(OptionReader& options, Settings<Real>& settings, ExclusiveOpti
             settings.median_rows = 3;
             break;
         case ORVLS_RETURN_USER:
-            settings.user_result = options.non_null_pointer<Real*>("result", "ORVLS_RETURN_USER");
+            settings.user_result = non_null_pointer<Real*>(options, "result", "ORVLS_RETURN_USER");
             break;
         case ORVLS_RETURN_COL_DIM: settings.result_col_dim = options.integer(); break;
         case ORVLS_X_COL_DIM: settings.x_col_dim = options.integer(); break;

@@ -34,7 +34,7 @@ public:
     WorkArray(const WorkArray&) = delete;
     WorkArray& operator=(const WorkArray&) = delete;
 
-    // Frees what it holds and takes n new elements; false on failure.
+    // Frees what it holds and allocates n elements afresh; false on failure.
     bool reset(std::size_t n)
     {
         std::free(data_);

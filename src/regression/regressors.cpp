@@ -381,11 +381,11 @@ void read_options(OptionReader& options, int64_t n_class, Request<Real>& request
             break;
         case ORVLS_X_COL_DIM: request.x_col_dim = options.integer(); break;
         case ORVLS_REGRESSORS:
-            request.regressors = options.non_null_pointer<Real**>("regressors", "ORVLS_REGRESSORS");
+            request.regressors = non_null_pointer<Real**>(options, "regressors", "ORVLS_REGRESSORS");
             request.regressors_user = nullptr;
             break;
         case ORVLS_REGRESSORS_USER:
-            request.regressors_user = options.non_null_pointer<Real*>("regressors", "ORVLS_REGRESSORS_USER");
+            request.regressors_user = non_null_pointer<Real*>(options, "regressors", "ORVLS_REGRESSORS_USER");
             request.regressors = nullptr;
             break;
         case ORVLS_REGRESSORS_COL_DIM:
