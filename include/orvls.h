@@ -818,6 +818,117 @@ ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_va
 /* END STATISTICS */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN REGRESSORS */
+/**
+ * @brief Regressors of a general linear model from a table with class variables.
+ *
+ * orvls_d_regressors_for_glm(n_observations, x, n_class, n_cont, options..., 0)
+ * (float: orvls_f_regressors_for_glm) turns a table whose columns are class
+ * (categorical) variables and continuous variables into the regressor
+ * matrix of a linear model, one row per observation.  The intercept is
+ * never among the regressors.
+ *
+ * The model is a list of effects, each a list of one or more columns of x.
+ * An effect with no class column yields one regressor, the product of its
+ * columns (a continuous column listed twice is its square).  An effect with
+ * class columns yields, for each combination of their coded classes, the
+ * product of their dummy codes and of its continuous columns; the last
+ * column listed varies fastest.  A class variable with c distinct values
+ * codes as c columns (dummy method 1: 1 in the column of its class), or as
+ * c - 1 columns (method 2: the last class all 0; method 3, sum to zero: the
+ * last class all -1).  Classes are the distinct values of the column,
+ * ascending, compared exactly; a class variable with a single value yields
+ * no column under methods 2 and 3, nor does any effect that holds it.  An
+ * effect with a NaN in one of its columns is NaN across all its regressors
+ * in that row; the other effects of the row stand.
+ *
+ * Without ORVLS_INDICES_EFFECTS the model is generated over the columns 0 to
+ * n_class + n_cont - 1: order 1 has each variable alone; order 2 adds the
+ * square of each one that is not a class variable, ascending, then each
+ * pair (i, j), i < j, ascending (x1, x2, x1*x1, x2*x2, x1*x2 for two
+ * continuous variables).
+ *
+ * x is transposed in place during the call and restored before it returns,
+ * on every path: it must not be read or shared meanwhile.
+ *
+ * @param n_observations rows of x, at least 1.
+ * @param x the table, row-major, n_observations rows of x_col_dim values;
+ *        by default the first n_class columns are the class variables and
+ *        the next n_cont the continuous ones.
+ * @param n_class number of class variables, at least 0.
+ * @param n_cont number of continuous variables, at least 0.
+ * @param ... options, each a code and its values, ended by 0:
+ *  - ORVLS_DUMMY_METHOD, int: coding of class variables, 1, 2 or 3; default 1.
+ *  - ORVLS_GLM_RESERVED: no value; accepted and ignored.
+ *  - ORVLS_INDICES_EFFECTS, int n_effects (at least 0), const int64_t
+ *    *n_var_effects (n_effects entries, each at least 1), const int64_t
+ *    *indices_effects (the zero-based columns of all effects, one effect
+ *    after the other): the model; excludes ORVLS_MODEL_ORDER.
+ *  - ORVLS_MODEL_ORDER, int: 1 or 2, the generated model; default 1.
+ *  - ORVLS_X_COL_DIM, int: row length of x; default n_class + n_cont.
+ *  - ORVLS_REGRESSORS, real **: receives the regressor matrix, row-major,
+ *    allocated by the routine and freed by the caller
+ *    (orvls_free_allocated_memory); NULL after an error.
+ *  - ORVLS_REGRESSORS_USER, real *: the caller's array of n_observations
+ *    rows of regressors_col_dim values, filled by the routine.  Of
+ *    ORVLS_REGRESSORS and ORVLS_REGRESSORS_USER the last one given counts.
+ *  - ORVLS_REGRESSORS_COL_DIM, int: row length of the regressor matrix, at
+ *    least the number of regressors; default that number.  Cells beyond the
+ *    regressors of a row are not written.
+ *  - ORVLS_X_CLASS_COLUMNS, const int64_t *: the n_class zero-based columns
+ *    of the class variables, anywhere below x_col_dim; the generated model
+ *    still runs over the columns 0 to n_class + n_cont - 1.
+ *  Without ORVLS_REGRESSORS or ORVLS_REGRESSORS_USER the routine only
+ *  counts the regressors.
+ * @return the number of regressors of a row; 0 after an error.
+ *
+ * Errors (type, code: condition; parameters):
+ *  - 5, 11001: unknown option code; int 1 = code, int 2 = its position.
+ *  - 5, 104: a null array given to ORVLS_REGRESSORS, ORVLS_REGRESSORS_USER,
+ *    ORVLS_X_CLASS_COLUMNS (n_class above 0) or ORVLS_INDICES_EFFECTS
+ *    (n_effects above 0); string 1 = argument, string 2 = option.
+ *  - 5, 603: n_observations below 1, n_class, n_cont or n_effects below 0;
+ *    int 1 = value, int 2 = bound, string 1 = "nobs", "n_class", "n_cont",
+ *    "n_effects".
+ *  - 5, 20234: n_class + n_cont below 1.
+ *  - 5, 11117: ORVLS_MODEL_ORDER and ORVLS_INDICES_EFFECTS both given, or
+ *    either twice; string 1 names them.
+ *  - 5, 20230: model order outside 1..2; int 1 = order.
+ *  - 5, 20232: dummy method outside 1..3.
+ *  - 5, 20233: x_col_dim below n_class + n_cont; int 1 = x_col_dim.
+ *    (20230, 20232 and 20233 are all reported before the call ends.)
+ *  - 5, 20235: a class column outside the row; int 1 = its position from 1,
+ *    int 2 = the column counted from 1, int 3 = x_col_dim.
+ *  - 5, 20237: an entry of n_var_effects below 1; int 1 = position from 1,
+ *    int 2 = value.
+ *  - 5, 20238: an entry of indices_effects outside 0..x_col_dim - 1;
+ *    int 1 = position from 1, int 2 = the index, int 3 = x_col_dim.
+ *  - 5, 20231: a class variable whose values are all NaN; int 1 = the class
+ *    variable from 1, int 2 = 0.
+ *  - 5, 600: regressors_col_dim below the number of regressors; int 1,
+ *    string 1 = the row length and "ORVLS_REGRESSORS_COL_DIM", int 2,
+ *    string 2 = the number and "n_regressors".
+ *  - 5, 202: no memory; int 1, string 1 = n_observations and
+ *    "n_observations", int 2, string 2 = n_class and "n_class" (class
+ *    values) or the row length of the result and "n_regressors".
+ *  - 5, 200: no memory for a work array.
+ */
+ORVLS_API int64_t orvls_f_regressors_for_glm(int64_t n_observations, float *x, int64_t n_class, int64_t n_cont,
+                                             ...);
+/** @brief The double form of orvls_f_regressors_for_glm; real is double. */
+ORVLS_API int64_t orvls_d_regressors_for_glm(int64_t n_observations, double *x, int64_t n_class, int64_t n_cont,
+                                             ...);
+#define ORVLS_DUMMY_METHOD       11270 /**< int: 1 all dummies, 2 leave out the last class, 3 sum to zero */
+#define ORVLS_GLM_RESERVED       12020 /**< no value: accepted and ignored */
+#define ORVLS_INDICES_EFFECTS    12300 /**< int, const int64_t *, const int64_t *: the effects of the model */
+#define ORVLS_MODEL_ORDER        13210 /**< int: 1 or 2, order of the generated model */
+#define ORVLS_REGRESSORS         16000 /**< real **: receives the allocated regressor matrix */
+#define ORVLS_REGRESSORS_USER    16010 /**< real *: the caller's array for the regressors */
+#define ORVLS_REGRESSORS_COL_DIM 16020 /**< int: row length of the regressor matrix */
+#define ORVLS_X_CLASS_COLUMNS    16030 /**< const int64_t *: zero-based columns of the class variables */
+/* END REGRESSORS */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN CATEGORICAL */
 /**
  * @brief Asymptotic tests and measures of association of a two-way table.
