@@ -66,8 +66,9 @@ struct RegressionSequence {
 
     Factor<Real> factor()
     {
-        return {n_coef(), n_dependent, intercept, centering, R,     n_coef(), B,        n_coef(),
-                D,        sscp_error,  n_dep(),   x_min,     x_max, work,     &df_error, &n_rows_missing};
+        return {n_coef(), n_dependent, intercept, centering,      R,         n_coef(),        1,
+                B,        n_coef(),    D,          sscp_error, n_dep(), x_min, x_max, work, kRowsInFlight,
+                &df_error, &n_rows_missing};
     }
 };
 
@@ -86,7 +87,8 @@ bool open_sequence(RegressionSequence<Real>& s, int64_t n_independent, int64_t n
     s.rows_taken = 0;
     s.sum_weights = 0;
     const int64_t p = s.n_coef(), q = s.n_dep();
-    const std::size_t reals = static_cast<std::size_t>(p * p + p * q + q * q + (p + q) + 3 * p + n_independent + 5 * q);
+    const std::size_t reals =
+        static_cast<std::size_t>(p * p + p * q + q * q + kRowsInFlight * (p + q) + 3 * p + n_independent + 5 * q);
     s.storage = allocate<Real>(reals);
     s.row_missing = allocate<int64_t>(kBlockRows);
     if (s.storage == nullptr || s.row_missing == nullptr) {
@@ -107,7 +109,7 @@ bool open_sequence(RegressionSequence<Real>& s, int64_t n_independent, int64_t n
     s.R = take(p * p);
     s.B = take(p * q);
     s.sscp_error = take(q * q);
-    s.work = take(p + q);
+    s.work = take(kRowsInFlight * (p + q));
     s.D = take(p);
     s.x_min = take(p);
     s.x_max = take(p);
