@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "frame/machine.h"
+#include "frame/memory.h"
 #include "frame/tsd.h"
 #include "kernels/gemm.h"
 #include "kernels/girts.h"
@@ -101,29 +102,48 @@ void track_extremes(const Factor<Real>& f, int64_t sign, const Real* s)
 }
 
 // With centering the first row of R holds the running sums of the weights
-// and of the weighted values, with D[0] their reciprocal; the scratch row
-// becomes the deviation from the new means, and its weight is scaled so
-// that the deviations from the old means would have given the same sums.
-// False when nothing is left to rotate.
+// and of the weighted values (the total weight W times the means), with
+// D[0] = 1 / W; the scratch row becomes the deviation from the new means,
+// and its weight is scaled so that the deviations from the old means would
+// have given the same sums.  The means are carried in two parts and the
+// deviation from the old ones is taken from both; the deviation from the
+// new means is that times W_old / W_new.  False when nothing is left to
+// rotate.
 template <class Real>
 [[gnu::always_inline]] inline bool take_into_means(const Factor<Real>& f, Real* s, Real& c)
 {
+    const int64_t n = f.n_coef + f.n_dep;
+    Real* high = f.means;
+    Real* low = f.means + n;
     const Real old = f.R(0, 0);
-    f.R(0, 0) += c;
-    for (int64_t j = 1; j < f.n_coef; ++j)
-        f.R(0, j) += c * s[j];
-    for (int64_t k = 0; k < f.n_dep; ++k)
-        f.B(0, k) += c * s[f.n_coef + k];
-    if (f.R(0, 0) == 0)
+    const Real total = old + c;
+    f.R(0, 0) = total;
+    if (total == 0) {
+        for (int64_t j = 1; j < n; ++j)
+            high[j] = low[j] = 0;
         return false;
-    f.d[0] = 1 / f.R(0, 0);
+    }
+    const Real reciprocal = 1 / total, step = c * reciprocal, shrink = old * reciprocal;
+    f.d[0] = reciprocal;
+    for (int64_t j = 1; j < n; ++j) {
+        const Real deviation = (s[j] - high[j]) - low[j];
+        // (high, low) += step * deviation, exactly added, then renormalised.
+        const Real t = step * deviation;
+        const Real sum = high[j] + t;
+        const Real taken = sum - high[j];
+        const Real error = (high[j] - (sum - taken)) + (t - taken);
+        const Real tail = low[j] + error;
+        high[j] = sum + tail;
+        low[j] = tail - (high[j] - sum);
+        s[j] = deviation * shrink;
+    }
     for (int64_t j = 1; j < f.n_coef; ++j)
-        s[j] -= f.d[0] * f.R(0, j);
+        f.R(0, j) = total * high[j];
     for (int64_t k = 0; k < f.n_dep; ++k)
-        s[f.n_coef + k] -= f.d[0] * f.B(0, k);
+        f.B(0, k) = total * high[f.n_coef + k];
     if (old == 0)
         return false;
-    c = c * f.R(0, 0) / old;
+    c = c / shrink;
     return true;
 }
 
@@ -262,6 +282,8 @@ void start_factor(const Factor<Real>& f)
 {
     *f.n_rows_missing = 0;
     *f.df_error = 0;
+    for (int64_t j = 0; f.means != nullptr && j < 2 * (f.n_coef + f.n_dep); ++j)
+        f.means[j] = 0;
     for (int64_t i = 0; i < f.n_coef; ++i) {
         for (int64_t j = i; j < f.n_coef; ++j)
             f.R(i, j) = 0;
@@ -382,15 +404,26 @@ void orvls_r2ivn(int64_t ido, int64_t nrow, int64_t ncol, const Real* x, int64_t
     }
     check_columns(ncol, nind < 0 ? 0 : n_ind, indind, ndep < 0 ? 0 : n_dep, inddep, 1);
     int64_t* counter = update_call_counter<Real>();
-    if (counter == nullptr)
+    // The two-part means live for this call; a later call of the sequence
+    // starts them again from the first rows of R and B.
+    WorkArray<Real> means(isub != 0 ? static_cast<std::size_t>(2 * (n_ind + intcep + n_dep)) : 0);
+    if (counter == nullptr || !means.ok())
         orvls_ermes(5, 200);
     if (orvls_n1rty(0) >= 4 && orvls_n1rty(0) != 6)
         return;
-    const Factor<Real> f{n_ind + intcep, n_dep, intcep, isub, r,   1,      ldr,   b, ldb, d, scpe, ldscpe, xmin,
-                         xmax,           wk,    1,      dfe,    nrmiss};
+    Factor<Real> f{n_ind + intcep, n_dep, intcep, isub, r,   1,      ldr,   b, ldb, d, scpe, ldscpe, xmin,
+                   xmax,           wk,    1,      dfe,    nrmiss};
+    f.means = isub != 0 ? means.get() : nullptr;
     *counter = ido < 2 ? 1 : *counter + 1;
-    if (ido < 2)
+    if (ido < 2) {
         start_factor(f);
+    } else if (f.means != nullptr) {
+        const Real weight = f.R(0, 0);
+        for (int64_t j = 1; j < f.n_coef + f.n_dep; ++j) {
+            f.means[j] = weight == 0 ? Real(0) : (j < f.n_coef ? f.R(0, j) : f.B(0, j - f.n_coef)) / weight;
+            f.means[f.n_coef + f.n_dep + j] = 0;
+        }
+    }
     RowSource<Real> rows;
     rows.independent = {x, 1, ldx, nind < 0 ? nullptr : indind, 1, 0};
     rows.dependent = {x, 1, ldx, ndep < 0 ? nullptr : inddep, 1, ncol - n_dep};

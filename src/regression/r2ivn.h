@@ -65,6 +65,11 @@ struct Factor {
     int64_t work_rows;
     Real* df_error;
     int64_t* n_rows_missing;
+    // With centering: the running weighted means of the columns, each as
+    // the unevaluated sum of two reals (n_coef + n_dep leading parts, then
+    // as many trailing parts; entry 0 unused), so that a row's deviation
+    // from the means keeps its digits when the values sit far from 0.
+    Real* means = nullptr;
 
     Real& R(int64_t i, int64_t j) const { return r[i * r_row + j * r_col]; }
     Real& B(int64_t i, int64_t k) const { return b[i + k * ldb]; }

@@ -42,6 +42,7 @@ struct RegressionSequence {
     Real df_error, sum_weights;
     Real* storage;
     int64_t* row_missing;
+    Real* means;  // the two-part running means of the columns
     Real *R, *D, *B, *sscp_error, *work, *x_min, *x_max;
     Real *x_sum, *y_sum, *y_min, *y_max, *y_deviation_squares, *y_squares;
 
@@ -52,8 +53,10 @@ struct RegressionSequence {
     {
         std::free(storage);
         std::free(row_missing);
+        std::free(means);
         storage = nullptr;
         row_missing = nullptr;
+        means = nullptr;
         active = 0;
     }
     static void destroy(void* value)
@@ -66,9 +69,11 @@ struct RegressionSequence {
 
     Factor<Real> factor()
     {
-        return {n_coef(), n_dependent, intercept, centering,      R,         n_coef(),        1,
-                B,        n_coef(),    D,          sscp_error, n_dep(), x_min, x_max, work, kRowsInFlight,
-                &df_error, &n_rows_missing};
+        Factor<Real> f{n_coef(), n_dependent, intercept, centering,      R,         n_coef(),        1,
+                       B,        n_coef(),    D,          sscp_error, n_dep(), x_min, x_max, work, kRowsInFlight,
+                       &df_error, &n_rows_missing};
+        f.means = means;
+        return f;
     }
 };
 
@@ -91,7 +96,8 @@ bool open_sequence(RegressionSequence<Real>& s, int64_t n_independent, int64_t n
         static_cast<std::size_t>(p * p + p * q + q * q + kRowsInFlight * (p + q) + 3 * p + n_independent + 5 * q);
     s.storage = allocate<Real>(reals);
     s.row_missing = allocate<int64_t>(kBlockRows);
-    if (s.storage == nullptr || s.row_missing == nullptr) {
+    s.means = allocate<Real>(static_cast<std::size_t>(2 * (p + q)));
+    if (s.storage == nullptr || s.row_missing == nullptr || s.means == nullptr) {
         s.release();
         orvls_e1sti(1, n_independent);
         orvls_e1stl(1, "n_independent");
