@@ -18,33 +18,23 @@ void report_inconsistent(bool& reported, int64_t row, int64_t column, Real value
     orvls_ermes(3, 11058);
 }
 
-// Back substitution, last row first.
+// Substitution with R (back, last row first) or with its transpose
+// (forward, first row first).
 template <class Real>
-void solve_upper(int64_t n, Matrix<const Real> r, const Real* b, Real* x, int64_t column, bool& reported)
+void substitute(int64_t n, Matrix<const Real> r, bool transposed, const Real* b, Real* x, int64_t column,
+                bool& reported)
 {
-    for (int64_t i = n - 1; i >= 0; --i) {
+    for (int64_t step = 0; step < n; ++step) {
+        const int64_t i = transposed ? step : n - 1 - step;
         Real v = b[i];
-        for (int64_t j = i + 1; j < n; ++j)
-            v -= r(i, j) * x[j];
-        if (r(i, i) != 0) {
-            x[i] = v / r(i, i);
+        if (transposed) {
+            const Real* ri = r.column(i);
+            for (int64_t j = 0; j < i; ++j)
+                v -= ri[j] * x[j];
         } else {
-            x[i] = 0;
-            if (v != 0)
-                report_inconsistent(reported, i, column, v);
+            for (int64_t j = i + 1; j < n; ++j)
+                v -= r(i, j) * x[j];
         }
-    }
-}
-
-// Forward substitution with the transpose, first row first.
-template <class Real>
-void solve_transposed(int64_t n, Matrix<const Real> r, const Real* b, Real* x, int64_t column, bool& reported)
-{
-    for (int64_t i = 0; i < n; ++i) {
-        Real v = b[i];
-        const Real* ri = r.column(i);
-        for (int64_t j = 0; j < i; ++j)
-            v -= ri[j] * x[j];
         if (r(i, i) != 0) {
             x[i] = v / r(i, i);
         } else {
@@ -92,12 +82,8 @@ void orvls_girts(int64_t n, const Real* r, int64_t ldr, int64_t nb, const Real* 
         invert(n, triangle, Matrix<Real>{rinv, ldrinv});
         return;
     }
-    for (int64_t column = 0; column < nb; ++column) {
-        if (ipath == kSolve)
-            solve_upper(n, triangle, b + column * ldb, x + column * ldx, column, reported);
-        else
-            solve_transposed(n, triangle, b + column * ldb, x + column * ldx, column, reported);
-    }
+    for (int64_t column = 0; column < nb; ++column)
+        substitute(n, triangle, ipath == kSolveTransposed, b + column * ldb, x + column * ldx, column, reported);
 }
 
 template void orvls_girts<float>(int64_t, const float*, int64_t, int64_t, const float*, int64_t, int64_t, int64_t*,

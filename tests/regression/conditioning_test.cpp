@@ -15,28 +15,6 @@ extern "C" void dgels_(const char* trans, const int* m, const int* n, const int*
 
 namespace {
 
-std::vector<Fit> read_conditioning()
-{
-    std::vector<Fit> fits;
-    std::ifstream in(std::string(ORVLS_SOURCE_DIR) + "/tests/regression/data/conditioning.txt");
-    std::string line;
-    while (std::getline(in, line)) {
-        std::istringstream words(line);
-        std::string key, word;
-        words >> key;
-        if (key.empty() || key[0] == '#' || key == "end")
-            continue;
-        if (key == "name") {
-            fits.emplace_back();
-            words >> fits.back().name;
-            continue;
-        }
-        while (words >> word)
-            fits.back().values[key].push_back(std::strtod(word.c_str(), nullptr));
-    }
-    return fits;
-}
-
 // Correct decimal digits of a against the reference r, relative to the
 // largest reference magnitude; 17 when they agree exactly.
 double digits(const std::vector<double>& a, const std::vector<double>& r)
@@ -86,7 +64,7 @@ TEST(RegressionConditioning, NoFewerDigitsThanHouseholder)
     ErrorCapture capture;
     std::printf("  %-30s %22s %22s\n", "correct digits", "coefficients", "residual SS");
     std::printf("  %-30s %11s %10s %11s %10s\n", "", "orvls", "dgels", "orvls", "dgels");
-    for (const Fit& fit : read_conditioning()) {
+    for (const Fit& fit : read_fits("conditioning.txt")) {
         const Achieved a = ours(fit), h = householder(fit);
         std::printf("  %-30s %11.1f %10.1f %11.1f %10.1f\n", fit.name.c_str(), a.coefficients, h.coefficients, a.rss,
                     h.rss);

@@ -45,9 +45,10 @@ struct Fit {
     }
 };
 
-inline std::vector<Fit> read_fits()
+// The fits of one file under tests/regression/data/.
+inline std::vector<Fit> read_fits(const std::string& file = "fits.txt")
 {
-    std::ifstream in(std::string(ORVLS_SOURCE_DIR) + "/tests/regression/data/fits.txt");
+    std::ifstream in(std::string(ORVLS_SOURCE_DIR) + "/tests/regression/data/" + file);
     std::vector<Fit> fits;
     std::string line;
     while (std::getline(in, line)) {
