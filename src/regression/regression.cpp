@@ -392,16 +392,19 @@ RowSource<Real> row_source(const Settings<Real>& s, int64_t n_rows, const Real* 
     return rows;
 }
 
-// The same rows from row `start` on.
+// The same rows from row `start` on.  An array not given (y without
+// dependent variables, say) stays null.
 template <class Real>
 RowSource<Real> rows_from(RowSource<Real> rows, int64_t start)
 {
-    rows.independent.base += start * rows.independent.row_step;
-    rows.dependent.base += start * rows.dependent.row_step;
-    if (rows.frequency != nullptr)
-        rows.frequency += start * rows.frequency_step;
-    if (rows.weight != nullptr)
-        rows.weight += start * rows.weight_step;
+    auto advance = [start](const Real*& base, int64_t step) {
+        if (base != nullptr)
+            base += start * step;
+    };
+    advance(rows.independent.base, rows.independent.row_step);
+    advance(rows.dependent.base, rows.dependent.row_step);
+    advance(rows.frequency, rows.frequency_step);
+    advance(rows.weight, rows.weight_step);
     return rows;
 }
 
@@ -522,7 +525,6 @@ struct Results {
     }
 };
 
-template <class Real>
 std::size_t info_reals(int64_t n_independent, int64_t n_dep, int64_t n_coef)
 {
     return static_cast<std::size_t>((n_dep + 3 + 2 * n_coef) * n_dep + (n_coef + 1) * n_coef + 3 * n_independent);
@@ -553,7 +555,7 @@ bool allocate_results(Settings<Real>& s, Results<Real>& results, int64_t n_rows,
     ok = ok && s.anova.allocate_for(q * kAnovaValues) && s.covariances.allocate_for(q * p * cov_ld) &&
          s.x_mean.allocate_for(n_independent) && s.r.allocate_for(p * p) && s.sscp_error.allocate_for(q * q);
     if (ok && s.info != nullptr) {
-        const std::size_t bytes = sizeof(Info<Real>) + info_reals<Real>(n_independent, q, p) * sizeof(Real);
+        const std::size_t bytes = sizeof(Info<Real>) + info_reals(n_independent, q, p) * sizeof(Real);
         ok = (results.info = static_cast<Info<Real>*>(orvls_malloc(bytes))) != nullptr;
     }
     if (!ok) {
@@ -725,15 +727,20 @@ Real* regression(int64_t n_rows, int64_t n_independent, Real* x, Real* y, Option
     read_options(options, s, data_columns);
     if (orvls_n1rty(0) > 0)
         return nullptr;
-    default_row_lengths(s, n_independent);
-    check_arguments(n_rows, n_independent, s);
-    if (s.x_indices)
-        data_columns.report();
     RegressionSequence<Real>* seq = SequenceRecord<Real>::get();
     if (seq == nullptr) {
         orvls_ermes(5, 200);
         return nullptr;
     }
+    // A sequence keeps the intercept and centering it opened with.
+    if (s.ido >= 2 && seq->active) {
+        s.intercept = seq->intercept != 0;
+        s.centering = seq->centering != 0;
+    }
+    default_row_lengths(s, n_independent);
+    check_arguments(n_rows, n_independent, s);
+    if (s.x_indices)
+        data_columns.report();
     if (orvls_n1rty(0) == 0)
         check_sequence(*seq, n_independent, s);
     Results<Real> results;
