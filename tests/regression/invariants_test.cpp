@@ -70,8 +70,9 @@ TEST(RegressionInvariants, ChunksGiveTheSingleCallFitExactly)
                   nullptr);
         EXPECT_EQ(orvls_n1rty(1), 0) << capture.text();
     }
+    // A sequence keeps the intercept and centering it opened with.
     const Result chunked = closing_fit(cuts[4] - cuts[3], d.p, d.x.data() + cuts[3] * d.p, d.y.data() + cuts[3], 1,
-                                       ORVLS_IDO, 3);
+                                       ORVLS_IDO, 3, ORVLS_NO_INTERCEPT, ORVLS_NO_CENTERING);
     EXPECT_EQ(chunked.b, whole.b);
     EXPECT_EQ(chunked.sscp, whole.sscp);
     EXPECT_EQ(chunked.r, whole.r);
