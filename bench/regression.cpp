@@ -142,12 +142,12 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs)
             if (!run.error_occurred)
-                times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+                times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
     }
     void Finalize() override
     {
         ConsoleReporter::Finalize();
-        std::printf("\nPeer time / orvls time (above 1: orvls faster)\n");
+        std::printf("\nPeer CPU time / orvls CPU time (above 1: orvls faster)\n");
         for (const auto& [name, time] : times_) {
             if (name.rfind("regression/orvls/", 0) != 0)
                 continue;

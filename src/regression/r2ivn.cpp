@@ -118,9 +118,13 @@ template <class Real>
     const Real old = f.R(0, 0);
     const Real total = old + c;
     f.R(0, 0) = total;
-    if (total == 0) {
+    if (total == 0) {  // the last row is out: nothing is left
         for (int64_t j = 1; j < n; ++j)
             high[j] = low[j] = 0;
+        for (int64_t j = 1; j < f.n_coef; ++j)
+            f.R(0, j) = 0;
+        for (int64_t k = 0; k < f.n_dep; ++k)
+            f.B(0, k) = 0;
         return false;
     }
     const Real reciprocal = 1 / total, step = c * reciprocal, shrink = old * reciprocal;

@@ -89,6 +89,11 @@ TEST(RegressionInvariants, RemovedRowsLeaveTheFitWithoutThem)
     const Result removed = closing_fit(d.n - kept, d.p, d.x.data() + kept * d.p, d.y.data() + kept, 1, ORVLS_IDO, 3,
                                        ORVLS_DELETE_OBSERVATIONS);
     expect_near(removed, without, 1e-12);
+    // Every row taken out, then others in: the fit of the others alone.
+    orvls_d_regression(10, d.p, d.x.data(), d.y.data(), ORVLS_IDO, 1, 0);
+    orvls_d_regression(10, d.p, d.x.data(), d.y.data(), ORVLS_IDO, 2, ORVLS_DELETE_OBSERVATIONS, 0);
+    const Result again = closing_fit(d.n - 10, d.p, d.x.data() + 10 * d.p, d.y.data() + 10, 1, ORVLS_IDO, 3);
+    expect_near(again, closing_fit(d.n - 10, d.p, d.x.data() + 10 * d.p, d.y.data() + 10, 1), 1e-12);
 }
 
 TEST(RegressionInvariants, WeightTwoIsTheRowTwiceAndFrequencyZeroSkips)
