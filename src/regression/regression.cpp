@@ -194,10 +194,10 @@ void read_output(OptionReader& options, Output<Real>& output, bool allocated, co
                  const char* option)
 {
     if (allocated) {
-        output.address = options.non_null_pointer<Real**>(argument, option);
+        output.address = non_null_pointer<Real**>(options, argument, option);
         output.user = nullptr;
     } else {
-        output.user = options.non_null_pointer<Real*>(argument, option);
+        output.user = non_null_pointer<Real*>(options, argument, option);
         output.address = nullptr;
     }
 }
@@ -220,22 +220,22 @@ void read_options(OptionReader& options, Settings<Real>& s, ExclusiveOptions& da
             break;
         case ORVLS_COEF_COV_COL_DIM: s.coef_cov_col_dim = options.integer(); break;
         case ORVLS_FREQUENCIES:
-            s.frequencies = options.non_null_pointer<const Real*>("frequencies", "ORVLS_FREQUENCIES");
+            s.frequencies = non_null_pointer<const Real*>(options, "frequencies", "ORVLS_FREQUENCIES");
             data_columns.seen();
             break;
         case ORVLS_WEIGHTS:
-            s.weights = options.non_null_pointer<const Real*>("weights", "ORVLS_WEIGHTS");
+            s.weights = non_null_pointer<const Real*>(options, "weights", "ORVLS_WEIGHTS");
             data_columns.seen();
             break;
         case ORVLS_INTERCEPT: s.intercept = true; break;
         case ORVLS_NO_INTERCEPT: s.intercept = false; break;
-        case ORVLS_RANK: s.rank = options.non_null_pointer<int64_t*>("rank", "ORVLS_RANK"); break;
+        case ORVLS_RANK: s.rank = non_null_pointer<int64_t*>(options, "rank", "ORVLS_RANK"); break;
         case ORVLS_REGRESSION_INFO:
-            s.info = options.non_null_pointer<Info<Real>**>("regression_info", "ORVLS_REGRESSION_INFO");
+            s.info = non_null_pointer<Info<Real>**>(options, "regression_info", "ORVLS_REGRESSION_INFO");
             break;
         case ORVLS_RESIDUAL: read_output(options, s.residual, true, "residual", "ORVLS_RESIDUAL"); break;
         case ORVLS_RESIDUAL_USER: read_output(options, s.residual, false, "residual", "ORVLS_RESIDUAL_USER"); break;
-        case ORVLS_RETURN_USER: s.return_user = options.non_null_pointer<Real*>("coefficients", "ORVLS_RETURN_USER"); break;
+        case ORVLS_RETURN_USER: s.return_user = non_null_pointer<Real*>(options, "coefficients", "ORVLS_RETURN_USER"); break;
         case ORVLS_TOLERANCE: s.tolerance = static_cast<Real>(options.real()); break;
         case ORVLS_TOLERANCE_ADR: s.tolerance = options.real_address<Real>(); break;
         case ORVLS_X_COL_DIM: s.x_col_dim = options.integer(); break;
@@ -244,9 +244,9 @@ void read_options(OptionReader& options, Settings<Real>& s, ExclusiveOptions& da
         case ORVLS_Y_COL_DIM: s.y_col_dim = options.integer(); break;
         case ORVLS_R: read_output(options, s.r, true, "R", "ORVLS_R"); break;
         case ORVLS_R_USER: read_output(options, s.r, false, "R", "ORVLS_R_USER"); break;
-        case ORVLS_DF_ERROR: s.df_error = options.non_null_pointer<Real*>("df_error", "ORVLS_DF_ERROR"); break;
+        case ORVLS_DF_ERROR: s.df_error = non_null_pointer<Real*>(options, "df_error", "ORVLS_DF_ERROR"); break;
         case ORVLS_N_ROWS_MISSING:
-            s.n_rows_missing = options.non_null_pointer<int64_t*>("n_rows_missing", "ORVLS_N_ROWS_MISSING");
+            s.n_rows_missing = non_null_pointer<int64_t*>(options, "n_rows_missing", "ORVLS_N_ROWS_MISSING");
             break;
         case ORVLS_IDO: s.ido = options.integer(); break;
         case ORVLS_ADD_OBSERVATIONS: s.sign = 1; break;
