@@ -13,6 +13,8 @@ void tour_distributions(void);
 void tour_statistics(void);
 void tour_random(void);
 void tour_sampling(void);
+void tour_regressors(void);
+void tour_regression(void);
 void tour_contingency(void);
 void tour_network(void);
 
@@ -28,6 +30,8 @@ int main(void)
     tour_statistics();
     tour_random();
     tour_sampling();
+    tour_regressors();
+    tour_regression();
     tour_contingency();
     tour_network();
     return 0;

@@ -1340,6 +1340,277 @@ ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_va
 /* END STATISTICS */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN REGRESSORS */
+/** @addtogroup regression
+ * @{ */
+/**
+ * @brief Regressors of a general linear model from a table with class variables.
+ *
+ * orvls_d_regressors_for_glm(n_observations, x, n_class, n_cont, options..., 0)
+ * (float: orvls_f_regressors_for_glm) turns a table whose columns are class
+ * (categorical) variables and continuous variables into the regressor
+ * matrix of a linear model, one row per observation.  The intercept is
+ * never among the regressors.
+ *
+ * The model is a list of effects, each a list of one or more columns of x.
+ * An effect with no class column yields one regressor, the product of its
+ * columns (a continuous column listed twice is its square).  An effect with
+ * class columns yields, for each combination of their coded classes, the
+ * product of their dummy codes and of its continuous columns; the last
+ * column listed varies fastest.  A class variable with c distinct values
+ * codes as c columns (dummy method 1: 1 in the column of its class), or as
+ * c - 1 columns (method 2: the last class all 0; method 3, sum to zero: the
+ * last class all -1).  Classes are the distinct values of the column,
+ * ascending, compared exactly; a class variable with a single value yields
+ * no column under methods 2 and 3, nor does any effect that holds it.  An
+ * effect with a NaN in one of its columns is NaN across all its regressors
+ * in that row; the other effects of the row stand.
+ *
+ * Without ORVLS_INDICES_EFFECTS the model is generated over the columns 0 to
+ * n_class + n_cont - 1: order 1 has each variable alone; order 2 adds the
+ * square of each one that is not a class variable, ascending, then each
+ * pair (i, j), i < j, ascending (x1, x2, x1*x1, x2*x2, x1*x2 for two
+ * continuous variables).
+ *
+ * x is transposed in place during the call and restored before it returns,
+ * on every path: it must not be read or shared meanwhile.
+ *
+ * @param n_observations rows of x, at least 1.
+ * @param x the table, row-major, n_observations rows of x_col_dim values;
+ *        by default the first n_class columns are the class variables and
+ *        the next n_cont the continuous ones.
+ * @param n_class number of class variables, at least 0.
+ * @param n_cont number of continuous variables, at least 0.
+ * @param ... options, each a code and its values, ended by 0:
+ *  - ORVLS_DUMMY_METHOD, int: coding of class variables, 1, 2 or 3; default 1.
+ *  - ORVLS_GLM_RESERVED: no value; accepted and ignored.
+ *  - ORVLS_INDICES_EFFECTS, int n_effects (at least 0), const int64_t
+ *    *n_var_effects (n_effects entries, each at least 1), const int64_t
+ *    *indices_effects (the zero-based columns of all effects, one effect
+ *    after the other): the model; excludes ORVLS_MODEL_ORDER.
+ *  - ORVLS_MODEL_ORDER, int: 1 or 2, the generated model; default 1.
+ *  - ORVLS_X_COL_DIM, int: row length of x; default n_class + n_cont.
+ *  - ORVLS_REGRESSORS, real **: receives the regressor matrix, row-major,
+ *    allocated by the routine and freed by the caller
+ *    (orvls_free_allocated_memory); NULL after an error.
+ *  - ORVLS_REGRESSORS_USER, real *: the caller's array of n_observations
+ *    rows of regressors_col_dim values, filled by the routine.  Of
+ *    ORVLS_REGRESSORS and ORVLS_REGRESSORS_USER the last one given counts.
+ *  - ORVLS_REGRESSORS_COL_DIM, int: row length of the regressor matrix, at
+ *    least the number of regressors; default that number.  Cells beyond the
+ *    regressors of a row are not written.
+ *  - ORVLS_X_CLASS_COLUMNS, const int64_t *: the n_class zero-based columns
+ *    of the class variables, anywhere below x_col_dim; the generated model
+ *    still runs over the columns 0 to n_class + n_cont - 1.
+ *  Without ORVLS_REGRESSORS or ORVLS_REGRESSORS_USER the routine only
+ *  counts the regressors.
+ * @return the number of regressors of a row; 0 after an error.
+ *
+ * Errors (type, code: condition; parameters):
+ *  - 5, 11001: unknown option code; int 1 = code, int 2 = its position.
+ *  - 5, 104: a null array given to ORVLS_REGRESSORS, ORVLS_REGRESSORS_USER,
+ *    ORVLS_X_CLASS_COLUMNS (n_class above 0) or ORVLS_INDICES_EFFECTS
+ *    (n_effects above 0); string 1 = argument, string 2 = option.
+ *  - 5, 603: n_observations below 1, n_class, n_cont or n_effects below 0;
+ *    int 1 = value, int 2 = bound, string 1 = "nobs", "n_class", "n_cont",
+ *    "n_effects".
+ *  - 5, 20234: n_class + n_cont below 1.
+ *  - 5, 11117: ORVLS_MODEL_ORDER and ORVLS_INDICES_EFFECTS both given, or
+ *    either twice; string 1 names them.
+ *  - 5, 20230: model order outside 1..2; int 1 = order.
+ *  - 5, 20232: dummy method outside 1..3.
+ *  - 5, 20233: x_col_dim below n_class + n_cont; int 1 = x_col_dim.
+ *    (20230, 20232 and 20233 are all reported before the call ends.)
+ *  - 5, 20235: a class column outside the row; int 1 = its position from 1,
+ *    int 2 = the column counted from 1, int 3 = x_col_dim.
+ *  - 5, 20237: an entry of n_var_effects below 1; int 1 = position from 1,
+ *    int 2 = value.
+ *  - 5, 20238: an entry of indices_effects outside 0..x_col_dim - 1;
+ *    int 1 = position from 1, int 2 = the index, int 3 = x_col_dim.
+ *  - 5, 20231: a class variable whose values are all NaN; int 1 = the class
+ *    variable from 1, int 2 = 0.
+ *  - 5, 600: regressors_col_dim below the number of regressors; int 1,
+ *    string 1 = the row length and "ORVLS_REGRESSORS_COL_DIM", int 2,
+ *    string 2 = the number and "n_regressors".
+ *  - 5, 202: no memory; int 1, string 1 = n_observations and
+ *    "n_observations", int 2, string 2 = n_class and "n_class" (class
+ *    values) or the row length of the result and "n_regressors".
+ *  - 5, 200: no memory for a work array.
+ */
+ORVLS_API int64_t orvls_f_regressors_for_glm(int64_t n_observations, float *x, int64_t n_class, int64_t n_cont,
+                                             ...);
+/** @copydoc orvls_f_regressors_for_glm() */
+ORVLS_API int64_t orvls_d_regressors_for_glm(int64_t n_observations, double *x, int64_t n_class, int64_t n_cont,
+                                             ...);
+#define ORVLS_DUMMY_METHOD       11270 /**< int: 1 all dummies, 2 leave out the last class, 3 sum to zero */
+#define ORVLS_GLM_RESERVED       12020 /**< no value: accepted and ignored */
+#define ORVLS_INDICES_EFFECTS    12300 /**< int, const int64_t *, const int64_t *: the effects of the model */
+#define ORVLS_MODEL_ORDER        13210 /**< int: 1 or 2, order of the generated model */
+#define ORVLS_REGRESSORS         16000 /**< real **: receives the allocated regressor matrix */
+#define ORVLS_REGRESSORS_USER    16010 /**< real *: the caller's array for the regressors */
+#define ORVLS_REGRESSORS_COL_DIM 16020 /**< int: row length of the regressor matrix */
+#define ORVLS_X_CLASS_COLUMNS    16030 /**< const int64_t *: zero-based columns of the class variables */
+/** @} */
+/* END REGRESSORS */
+
+/* ---------------------------------------------------------------------- */
+/* BEGIN REGRESSION */
+/** @addtogroup regression
+ * @{ */
+/**
+ * @brief The record of a fitted regression (float form).
+ *
+ * One allocation holds this header and every array behind it, in the order
+ * of the fields, so that one free (or orvls_free_allocated_memory) releases
+ * it.  The caller owns it.  Arrays sized by n_dependent hold one entry when
+ * n_dependent is 0.
+ */
+typedef struct {
+    int64_t n_observations; /**< the row count of the last call */
+    int64_t n_rows_missing; /**< rows left out because of missing values */
+    int64_t n_dependent;    /**< number of dependent variables */
+    int64_t n_parameters;   /**< number of coefficients, intercept included */
+    int64_t intercept;      /**< 1 with an intercept, 0 without */
+    int64_t rank;           /**< rank of the design, at most n_parameters */
+    float df_error;         /**< degrees of freedom for error */
+    float *coefficients;    /**< n_parameters by n_dependent, column-major: the estimates */
+    float *sscp_error;      /**< n_dependent by n_dependent: error sums of squares and cross-products, both triangles */
+    float *R;               /**< n_parameters by n_parameters, column-major, upper triangular; a zero diagonal marks a dropped coefficient */
+    float *D;               /**< n_parameters row scale factors, all 1 */
+    float *reserved;        /**< n_parameters by n_dependent, allocated and not filled */
+    float *x_mean;          /**< weighted means of the independent variables */
+    float *x_min;           /**< smallest value of each independent variable over the rows used */
+    float *x_max;           /**< largest value of each independent variable over the rows used */
+    float *y_mean;          /**< weighted means of the dependent variables */
+    float *y_min;           /**< smallest value of each dependent variable over the rows used */
+    float *y_max;           /**< largest value of each dependent variable over the rows used */
+} orvls_f_regression_info;
+
+/**
+ * @brief The record of a fitted regression (double form); fields as in
+ * orvls_f_regression_info.
+ */
+typedef struct {
+    int64_t n_observations; /**< the row count of the last call */
+    int64_t n_rows_missing; /**< rows left out because of missing values */
+    int64_t n_dependent;    /**< number of dependent variables */
+    int64_t n_parameters;   /**< number of coefficients, intercept included */
+    int64_t intercept;      /**< 1 with an intercept, 0 without */
+    int64_t rank;           /**< rank of the design, at most n_parameters */
+    double df_error;        /**< degrees of freedom for error */
+    double *coefficients;   /**< n_parameters by n_dependent, column-major: the estimates */
+    double *sscp_error;     /**< n_dependent by n_dependent: error sums of squares and cross-products, both triangles */
+    double *R;              /**< n_parameters by n_parameters, column-major, upper triangular; a zero diagonal marks a dropped coefficient */
+    double *D;              /**< n_parameters row scale factors, all 1 */
+    double *reserved;       /**< n_parameters by n_dependent, allocated and not filled */
+    double *x_mean;         /**< weighted means of the independent variables */
+    double *x_min;          /**< smallest value of each independent variable over the rows used */
+    double *x_max;          /**< largest value of each independent variable over the rows used */
+    double *y_mean;         /**< weighted means of the dependent variables */
+    double *y_min;          /**< smallest value of each dependent variable over the rows used */
+    double *y_max;          /**< largest value of each dependent variable over the rows used */
+} orvls_d_regression_info;
+
+/**
+ * @brief Fits linear models with a common set of regressors (float form;
+ * the double form orvls_d_regression is the same with double).
+ *
+ * The fit updates an upper-triangular factor one row at a time with
+ * modified plane rotations, so the data may arrive in several calls and
+ * rows may be removed as well as added.  Columns that are constant (beyond
+ * the first, or of value 0) or collinear within the tolerance are dropped:
+ * their coefficients are 0 and the rank falls.
+ *
+ * @param n_rows        rows of this call: at least 1 with ido 0, at least 0 otherwise
+ * @param n_independent number of independent variables, at least 0
+ * @param x             n_rows by x_col_dim, row-major, the independent variables
+ *                      in its first n_independent columns; with ORVLS_X_INDICES all
+ *                      the data, and x is transposed in place during the call and
+ *                      restored before it returns (it must not be shared meanwhile)
+ * @param y             n_rows by y_col_dim, row-major, the dependent variables;
+ *                      not read with ORVLS_X_INDICES
+ * @param ...           options, each a code and its values, ended by 0
+ * @return the coefficients, n_dependent rows of n_parameters values, the
+ *         intercept first (room for n_independent + 1 values a row is
+ *         allocated; free it), or the ORVLS_RETURN_USER array.  Calls with
+ *         ido 1 or 2 only take rows and return NULL; every result comes with
+ *         the call that ends the sequence (ido 0 or 3).  NULL after a fatal error.
+ *
+ * A NaN in a row, or a NaN frequency or weight, leaves the row out and
+ * counts it as missing; a frequency of 0 skips the row without counting
+ * it; a weight of 0 counts the row in df_error only.  Each thread has its
+ * own sequence per precision; a sequence must stay on its thread, and its
+ * intercept and centering are those of its first call.
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position)
+ *  - 5, 603 / 602: n_independent or n_dependent negative, ido outside 0 to 3,
+ *    the frequency or weight column of ORVLS_X_INDICES below -1; 602 also when
+ *    a later call of a sequence gives another n_independent or n_dependent
+ *  - 5, 20463: n_rows below 1 with ido 0 (int 1 = n_rows)
+ *  - 5, 20464: n_rows negative with ido above 0 (int 1 = n_rows)
+ *  - 5, 20690: ANOVA table or residuals asked with ido other than 0
+ *  - 5, 20467 / 20468: frequency / weight column not below x_col_dim (int 1 = column, int 2 = x_col_dim)
+ *  - 5, 11038: ORVLS_COEF_COV_COL_DIM without a covariance option
+ *  - 5, 11050: tolerance outside 0 to 1 (real 1)
+ *  - 5, 11052 / 11053: a dependent / independent column of ORVLS_X_INDICES outside
+ *    x (int 1 = its place from 1, int 2 = column from 1, int 3 = x_col_dim)
+ *  - 5, 600: x_col_dim below n_independent, y_col_dim below n_dependent, or
+ *    coef_cov_col_dim below n_parameters
+ *  - 5, 104: a null array or address given to an option
+ *  - 5, 11117: ORVLS_X_INDICES together with ORVLS_FREQUENCIES or ORVLS_WEIGHTS
+ *  - 4, 20692: ido 0 or 1 while a sequence is open (int 1 = ido); the open sequence ends
+ *  - 4, 20691: ido 2 or 3 with no sequence open (int 1 = ido)
+ *  - 4, 11055 / 11057: negative frequency / weight with ido 0 (int 1 = row from 1, real 1 = value)
+ *  - 4, 11054 / 11056: the same within a sequence (also int 2 = the call number)
+ *  - 3, 11047: rank below n_parameters (int 1 = rank)
+ *  - 3, 11058: inconsistent triangular system (int 1 = row, int 2 = column, real 1 = value)
+ *  - 6, 11049: no degrees of freedom left for error (real 1 = df_error); results stand
+ *  - 6, 11048: a removed row held the stored minimum or maximum of a column
+ *    (int 1 = column from 1, real 1 = value, string 1 = "xmin" or "xmax")
+ *  - 5, 200 / 202 / 203: memory ("n_independent", "n_dependent", and for the
+ *    residuals "n_observations")
+ * After any fatal error the open sequence ends and every array the routine
+ * allocated is freed.
+ */
+ORVLS_API float *orvls_f_regression(int64_t n_rows, int64_t n_independent, float *x, float *y, ...);
+/** @copydoc orvls_f_regression() */
+ORVLS_API double *orvls_d_regression(int64_t n_rows, int64_t n_independent, double *x, double *y, ...);
+#define ORVLS_ANOVA_TABLE              10080 /**< real **: receives n_dependent rows of the 15-value analysis-of-variance table (ido 0 only): model, error and total df; model, error and total sums of squares; model and error mean squares; F; its probability; R-squared and adjusted R-squared in percent; error standard deviation; mean of y; coefficient of variation in percent */
+#define ORVLS_ANOVA_TABLE_USER         10090 /**< real *: the same in the caller's array */
+#define ORVLS_COEF_COVARIANCES         10690 /**< real **: receives n_dependent blocks of n_parameters rows of coef_cov_col_dim, the covariances of the coefficients */
+#define ORVLS_COEF_COVARIANCES_USER    10700 /**< real *: the same in the caller's array */
+#define ORVLS_COEF_COV_COL_DIM         11055 /**< int: row length of the covariance blocks; default n_parameters */
+/* ORVLS_FREQUENCIES 11790 and ORVLS_WEIGHTS 15400 (one value per row),
+   ORVLS_RETURN_USER 14280 and ORVLS_X_COL_DIM 15470 serve here too. */
+#define ORVLS_INTERCEPT                12400 /**< fit an intercept (default) */
+#define ORVLS_NO_INTERCEPT             13350 /**< fit no intercept */
+#define ORVLS_RANK                     14110 /**< int64_t *: receives (rows - rows missing) - df_error, truncated: the rank when every frequency is 1 */
+#define ORVLS_REGRESSION_INFO          14140 /**< orvls_X_regression_info **: receives the record, one allocation */
+#define ORVLS_RESIDUAL                 14190 /**< real **: receives n_rows by n_dependent residuals (ido 0 only) */
+#define ORVLS_RESIDUAL_USER            14220 /**< real *: the same in the caller's array */
+#define ORVLS_TOLERANCE                15040 /**< double: a tolerance; for orvls_d_regression() the collinearity tolerance in 0 to 1, default 100 times the precision's machine epsilon; for orvls_d_mlff_network_trainer() the error at which Stage I counts as converged, default 0.1 */
+#define ORVLS_TOLERANCE_ADR            15050 /**< real *: the same by address */
+#define ORVLS_X_MEAN                   15490 /**< real **: receives the weighted means of the independent variables */
+#define ORVLS_X_MEAN_USER              15500 /**< real *: the same in the caller's array */
+#define ORVLS_Y_COL_DIM                15540 /**< int: row length of y; default the larger of 1 and n_dependent */
+#define ORVLS_R                        16068 /**< real **: receives the n_parameters by n_parameters factor R, row-major */
+#define ORVLS_R_USER                   16069 /**< real *: the same in the caller's array */
+#define ORVLS_DF_ERROR                 16071 /**< real *: receives the degrees of freedom for error */
+#define ORVLS_N_ROWS_MISSING           20400 /**< int64_t *: receives the number of rows left out for missing values */
+#define ORVLS_IDO                      20440 /**< int: 0 all rows in this call (default); 1 first call of a sequence; 2 a middle one; 3 the last */
+#define ORVLS_ADD_OBSERVATIONS         20441 /**< the rows are added (default) */
+#define ORVLS_DELETE_OBSERVATIONS      20442 /**< the rows are removed from the fit */
+#define ORVLS_X_INDICES                20443 /**< const int64_t *independent_columns, const int64_t *dependent_columns, int frequency_column, int weight_column: all data in x, zero-based columns, -1 for no frequency or weight */
+#define ORVLS_NO_CENTERING             20880 /**< the intercept column is rotated like any other */
+#define ORVLS_CENTERING                20890 /**< the intercept is kept as running means (default; off without an intercept) */
+#define ORVLS_N_DEPENDENT              20900 /**< int: number of dependent variables, at least 0; default 1 */
+#define ORVLS_SSCP_ERROR               20930 /**< real **: receives the n_dependent by n_dependent error sums of squares and cross-products */
+#define ORVLS_SSCP_ERROR_USER          20940 /**< real *: the same in the caller's array */
+/** @} */
+/* END REGRESSION */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN CATEGORICAL */
 /** @addtogroup categorical
  * @{ */
@@ -2353,8 +2624,8 @@ ORVLS_API double *orvls_d_mlff_network_trainer(orvls_d_ff_net *ff_net, int64_t n
                                                const double *continuous, const double *output, ...);
 #define ORVLS_STAGE_I         40609 /**< int n_epochs, int epoch_size; default 15 and n_observations */
 #define ORVLS_NO_STAGE_II     40610 /**< leaves Stage II out */
-#define ORVLS_TOLERANCE       15040 /**< double: error at which Stage I counts as converged; default 0.1 */
-#define ORVLS_TOLERANCE_ADR   15050 /**< real *: the same by address */
+#define ORVLS_TOLERANCE       15040 /* double: error at which Stage I counts as converged; default 0.1 (documented with the regression) */
+#define ORVLS_TOLERANCE_ADR   15050 /* real *: the same by address */
 #define ORVLS_PRINT           13900 /**< prints the training report (and, to orvls_f_mlff_network, the network) */
 #define ORVLS_GRADIENT        12050 /**< real **: receives the gradient at the final weights, n_nodes + n_links long */
 #define ORVLS_GRADIENT_USER   12051 /**< real *: the caller's array of n_weights for the gradient */

@@ -54,6 +54,8 @@ public:
         ++arg_number_;
         return va_arg(ap_, T);
     }
+    // An option without a value that still counts a place in the reports.
+    void skip_place() { ++arg_number_; }
 
 private:
     va_list ap_;
