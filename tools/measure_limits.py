@@ -7,7 +7,12 @@ mpmath (Debian package python3-mpmath), through the reference helpers of
 gen_special_refs.py.  Build the shared object first:
 
     cmake --build build --target orvls
-    /usr/bin/python3 tools/measure_limits.py [path/to/liborvls.so]
+    /usr/bin/python3 tools/measure_limits.py [path/to/liborvls.so] [section ...]
+
+Sections: chi_squared chi_squared_inverse t_cdf t_inverse beta_inverse
+gamma_inverse (all by default), and table, which writes the points that
+tests/distributions/limits_test.cpp pins, with their true values, to
+tests/distributions/data/documented_limits.csv.
 
 Each section prints the worst case found on its grid, with its arguments.
 """
@@ -131,11 +136,31 @@ def chi_squared(library):
         print("    1e%-5d %.3g" % (band, lower_by_tail[band]))
 
 
+def chi_squared_inverse(library):
+    """Above 65 degrees of freedom the root of the Wilson-Hilferty form."""
+    print("chi-squared inverse, df > 65 (root of the Wilson-Hilferty form)")
+    worst = Worst("relative error of the quantile")
+    body = Worst("relative error of the quantile, 1e-6 <= p <= 1 - 1e-6")
+    for df in (66, 70, 100, 200, 1000, 100000):
+        for p in (1e-12, 1e-9, 1e-6, 1e-4, 1e-2, 0.1, 0.5, 0.9, 0.99, 1 - 1e-4, 1 - 1e-6):
+            value, (kind, _) = library.call("orvls_20083", p, df)
+            if kind >= 3:
+                continue
+            error = relative(value, refs.chi2_quantile_true(p, df))
+            worst.add(error, (p, df))
+            if 1e-6 <= p <= 1 - 1e-6:
+                body.add(error, (p, df))
+    worst.report()
+    body.report()
+
+
 def t_cdf(library):
     """Hill's normal approximation: non-integral df, or df >= 20, with t^2 < df."""
     print("t cdf, Hill's normal approximation (df not whole or df >= 20, t^2 < df)")
-    tail = Worst("relative error of the smaller tail")
+    tail = Worst("relative error, lower tail (t < 0, not cut to 0)")
     absolute = Worst("absolute error")
+    cut = Worst("largest true value returned as 0")
+    by_decade = {}
     for df in (1.25, 1.5, 2.5, 3.5, 4.5, 5.5, 7.5, 10.5, 15.5, 19.5, 20, 25, 30, 50, 100, 1000, 1e5):
         for i in range(1, 41):
             t = math.sqrt(df) * i / 40 * (1 - 1e-9)
@@ -143,13 +168,17 @@ def t_cdf(library):
                 value, _ = library.t_cdf(sign * t, df)
                 truth = refs.t_cdf_true(sign * t, df)
                 absolute.add(abs(mpf(value) - truth), (sign * t, df))
-                small = truth if truth < 0.5 else 1 - truth
-                mine = mpf(value) if truth < 0.5 else 1 - mpf(value)
-                if small < 1e-300:
-                    continue
-                tail.add(abs(mine - small) / small, (sign * t, df))
-    tail.report()
-    absolute.report()
+                if sign < 0 and value == 0:
+                    cut.add(truth, (sign * t, df))
+                elif sign < 0 and truth > 1e-300:
+                    tail.add(relative(value, truth), (sign * t, df))
+                    band = int(math.floor(math.log10(float(truth))))
+                    by_decade[band] = max(by_decade.get(band, 0.0), float(relative(value, truth)))
+    for worst in (tail, absolute, cut):
+        worst.report()
+    print("  lower tail, worst relative error by decade of the true value:")
+    for band in sorted(by_decade):
+        print("    1e%-5d %.3g" % (band, by_decade[band]))
 
 
 def t_inverse(library):
@@ -186,6 +215,7 @@ def beta_inverse(library):
     body = Worst("relative error of the quantile, 1e-3 <= p <= 1 - 1e-3")
     unconverged = Worst("relative error where 9047 (not converged) was raised")
     count = [0, 0]
+    errors = []
     ps = [1e-10, 1e-6, 1e-3, 0.01, 0.1, 0.25, 0.5, 0.75, 0.9, 0.99, 0.999]
     for pin, qin in BETA_SHAPES:
         for p in ps:
@@ -196,6 +226,7 @@ def beta_inverse(library):
             error = relative(value, truth)
             count[0] += 1
             worst.add(error, (p, pin, qin))
+            errors.append((float(error), p, pin, qin))
             if 1e-3 <= p <= 1 - 1e-3:
                 body.add(error, (p, pin, qin))
             if code == 9047:
@@ -204,35 +235,80 @@ def beta_inverse(library):
     for w in (worst, body, unconverged):
         w.report()
     print("  9047 raised in %d of %d points" % (count[1], count[0]))
+    print("  relative errors above 1e-9 (error, p, pin, qin):")
+    for error in sorted(errors, reverse=True):
+        if error[0] > 1e-9:
+            print("    %.3g  %g %g %g" % error)
 
 
 def gamma_inverse(library):
     """Bracket and refinement from a start of 0 for z^2 < 9a."""
     print("gamma inverse (bracket, then refinement of at most 100 rounds)")
-    failures = []
     good = Worst("relative error of the quantile where no error was raised")
-    for a in (0.05, 0.1, 0.25, 0.5, 1, 2, 5, 10, 100):
-        for p in (1e-10, 1e-8, 1e-6, 1e-5, 1e-4, 1e-3, 1e-2, 0.1, 0.5, 0.9, 0.99, 0.999999):
+    print("  per shape: the largest p refused with type 4 (and its true quantile), the smallest p served")
+    for a in (0.01, 0.05, 0.1, 0.25, 0.5, 1, 1.5, 2, 3, 5, 10, 100):
+        failed = None
+        served = None
+        for k in range(0, 65):
+            p = 10.0 ** (-k / 4) * 0.5
             value, (kind, code) = library.gamma_inverse(p, a)
             truth = refs.gamma_quantile_true(p, a)
             if kind >= 4:
-                failures.append((p, a, kind, code, value, float(truth)))
+                if failed is None or p > failed[0]:
+                    failed = (p, float(truth), code, value)
             else:
                 good.add(relative(value, truth), (p, a))
+                served = p
+        print("    a = %-5g refused up to p = %-10.3g (quantile %-10.3g, code %s, value %.3g); served down to p = %s"
+              % ((a,) + (failed if failed else (0, 0, "-", 0)) + (served,)))
     good.report()
-    print("  fatal errors (p, a, type, code, value returned, true quantile):")
-    for failure in failures:
-        print("    p = %-8g a = %-5g type %d code %-5d value %-12.5g true %.5g" % failure)
+
+
+# The points at which tests/distributions/limits_test.cpp pins the figures
+# that the header states: (function, arguments, what is measured, the figure).
+PINNED = [
+    ("chi_squared_cdf", (36.0926, 66), "relative", 0.026),
+    ("chi_squared_cdf", (16.7436, 66), "relative", 0.85),
+    ("chi_squared_cdf", (146, 70), "upper_relative", 0.12),
+    ("chi_squared_inverse_cdf", (1e-6, 66), "relative", 0.0085),
+    ("t_cdf", (-1.118033987631861, 1.25), "relative", 0.0156),
+    ("t_inverse", (0.2, 2.25), "relative", 2.1e-4),
+    ("beta_inverse_cdf", (0.75, 0.1, 5), "relative", 0.037),
+    ("gamma_inverse_cdf", (1e-10, 0.05), "refused", 0),
+]
+
+TRUTHS = {
+    "chi_squared_cdf": lambda x, df: refs.chi2_cdf_true(x, df),
+    "chi_squared_inverse_cdf": lambda p, df: refs.chi2_quantile_true(p, df),
+    "t_cdf": refs.t_cdf_true,
+    "t_inverse": refs.t_quantile_true,
+    "beta_inverse_cdf": refs.beta_quantile_true,
+    "gamma_inverse_cdf": refs.gamma_quantile_true,
+}
+
+
+def table(library):
+    """Writes the pinned points with their true values."""
+    del library
+    path = os.path.join(ROOT, "tests", "distributions", "data", "documented_limits.csv")
+    with open(path, "w") as out:
+        out.write("function,a,b,c,value,measure,figure\n")
+        for function, arguments, measure, figure in PINNED:
+            padded = [refs.fmt_input(float(a)) for a in arguments] + [""] * (3 - len(arguments))
+            truth = refs.fmt_value(TRUTHS[function](*arguments))
+            out.write(",".join([function] + padded + [truth, measure, "%g" % figure]) + "\n")
+    print("wrote", os.path.relpath(path, ROOT))
 
 
 def main():
-    path = sys.argv[1] if len(sys.argv) > 1 else os.path.join(ROOT, "build", "liborvls.so")
+    arguments = sys.argv[1:]
+    path = os.path.join(ROOT, "build", "liborvls.so")
+    if arguments and arguments[0].endswith(".so"):
+        path = arguments.pop(0)
     library = Library(path)
-    chi_squared(library)
-    t_cdf(library)
-    t_inverse(library)
-    beta_inverse(library)
-    gamma_inverse(library)
+    for section in (chi_squared, chi_squared_inverse, t_cdf, t_inverse, beta_inverse, gamma_inverse, table):
+        if section.__name__ in arguments or (not arguments and section is not table):
+            section(library)
 
 
 if __name__ == "__main__":
