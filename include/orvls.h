@@ -796,7 +796,10 @@ ORVLS_API double orvls_d_beta_inverse_cdf(double p, double pin, double qin);
  * unwritten.  Free the result with
  * orvls_free_allocated_memory; NULL after a fatal error.  x is transposed in
  * place during the call and restored before it returns (except after a
- * fatal error in the moment kernel): it must not be shared meanwhile. */
+ * fatal error in the moment kernel): it must not be shared meanwhile.
+ * A row length (ORVLS_X_COL_DIM, ORVLS_RETURN_COL_DIM) below n_variables is
+ * refused before x is read: type 5, code 600, naming the option's value and
+ * n_variables. */
 ORVLS_API float *orvls_f_simple_statistics(int64_t n_observations, int64_t n_variables, float *x, ...);
 ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_variables, double *x, ...);
 #define ORVLS_CONFIDENCE_MEANS         10880 /* double: percent confidence of rows 10, 11; default 95 */

@@ -273,6 +273,8 @@ Real* simple_statistics(int64_t n_observations, int64_t n_variables, Real* x, Op
     int64_t checks = 0;
     orvls_check_range(n_variables, "n_variables", 1, -1, &checks);
     orvls_check_range(n_observations, "n_observations", 1, -1, &checks);
+    orvls_check_col_dim(settings.x_col_dim, "x_col_dim", n_variables, "n_variables");
+    orvls_check_col_dim(settings.result_col_dim, "return_col_dim", n_variables, "n_variables");
     median_options.report();
     if (orvls_n1rty(0) > 0)
         return nullptr;
