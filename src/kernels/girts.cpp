@@ -17,7 +17,14 @@ template <class Real>
 struct ZeroDiagonalRule {
     bool exact;
     Real tolerance;
+    const Real* right_scale = nullptr;  // magnitudes behind the right-hand sides, or null for |b|
+    int64_t ld_right_scale = 0;
     bool inconsistent = false;
+
+    Real right_magnitude(int64_t row, int64_t column, Real right) const
+    {
+        return right_scale != nullptr ? right_scale[row + column * ld_right_scale] : std::fabs(right);
+    }
 
     // `left` remains of row `row` of right-hand side `column`; scale() sums
     // the magnitudes of its terms.
@@ -49,7 +56,7 @@ void solve_upper(int64_t n, Matrix<const Real> r, const Real* b, Real* x, int64_
             x[i] = v / r(i, i);
         } else {
             rule.judge(i, column, v, [&] {
-                Real scale = std::fabs(b[i]);
+                Real scale = rule.right_magnitude(i, column, b[i]);
                 for (int64_t j = i + 1; j < n; ++j)
                     scale += std::fabs(r(i, j) * x[j]);
                 return scale;
@@ -73,7 +80,7 @@ void solve_transposed(int64_t n, Matrix<const Real> r, const Real* b, Real* x, i
             x[i] = v / r(i, i);
         } else {
             rule.judge(i, column, v, [&] {
-                Real scale = std::fabs(b[i]);
+                Real scale = rule.right_magnitude(i, column, b[i]);
                 for (int64_t j = 0; j < i; ++j)
                     scale += std::fabs(ri[j] * x[j]);
                 return scale;
@@ -145,11 +152,11 @@ void orvls_girts(int64_t n, const Real* r, int64_t ldr, int64_t nb, const Real* 
 
 template <class Real>
 int64_t orvls_girts(int64_t n, const Real* r, int64_t ldr, int64_t nb, const Real* b, int64_t ldb, int64_t ipath,
-                    Real tolerance, int64_t* irank, Real* x, int64_t ldx)
+                    Real tolerance, int64_t* irank, Real* x, int64_t ldx, const Real* right_scale)
 {
     const Matrix<const Real> triangle{r, ldr};
     *irank = count_non_zero_diagonals(n, triangle);
-    ZeroDiagonalRule<Real> rule{false, tolerance};
+    ZeroDiagonalRule<Real> rule{false, tolerance, right_scale, ldb};
     solve(n, triangle, nb, b, ldb, ipath, x, ldx, rule);
     return rule.inconsistent ? 1 : 0;
 }
@@ -159,8 +166,8 @@ template void orvls_girts<float>(int64_t, const float*, int64_t, int64_t, const 
 template void orvls_girts<double>(int64_t, const double*, int64_t, int64_t, const double*, int64_t, int64_t,
                                   int64_t*, double*, int64_t, double*, int64_t);
 template int64_t orvls_girts<float>(int64_t, const float*, int64_t, int64_t, const float*, int64_t, int64_t, float,
-                                    int64_t*, float*, int64_t);
+                                    int64_t*, float*, int64_t, const float*);
 template int64_t orvls_girts<double>(int64_t, const double*, int64_t, int64_t, const double*, int64_t, int64_t,
-                                     double, int64_t*, double*, int64_t);
+                                     double, int64_t*, double*, int64_t, const double*);
 
 }  // namespace orvls::kernels

@@ -224,6 +224,21 @@ TYPED_TEST(Symmetric, TriangularSolvesWithinATolerance)
     }
 }
 
+// A zero row with nothing solved before it leaves the right-hand side as its
+// own scale, unless the magnitudes behind it are given.
+TYPED_TEST(Symmetric, TriangularSolveOnTheScaleOfTheRightHandSide)
+{
+    using Real = TypeParam;
+    const Real eps = std::numeric_limits<Real>::epsilon();
+    const std::vector<Real> r = {0, 0, 0, 2}, b = {4 * eps, 2}, scale = {1, 1};
+    std::vector<Real> x(2);
+    int64_t rank = 0;
+    EXPECT_EQ(orvls_girts<Real>(2, r.data(), 2, 1, b.data(), 2, 2, 100 * eps, &rank, x.data(), 2), 1);
+    EXPECT_EQ(orvls_girts<Real>(2, r.data(), 2, 1, b.data(), 2, 2, 100 * eps, &rank, x.data(), 2, scale.data()), 0);
+    EXPECT_EQ(x, (std::vector<Real>{0, 1}));
+    EXPECT_EQ(rank, 1);
+}
+
 TYPED_TEST(Symmetric, FirstNaNSearch)
 {
     using Real = TypeParam;
