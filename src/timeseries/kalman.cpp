@@ -165,16 +165,27 @@ struct FilterStep {
 };
 
 // The kernel's work areas: the triangular factor (ny x ny), the product with
-// t (n x n), the gain products (ny x n), a vector of max(n, ny) and the
+// t (n x n), the gain products in the triangular solves' order (ny x n,
+// column-major) and transposed (n x ny), a vector of max(n, ny) and the
 // magnitudes behind the prediction errors (ny).
 template <class Real>
 struct FilterWork {
     Real* factor;
     Real* product;
     Real* gain;
+    Real* gain_rows;
     Real* vector;
     Real* error_scale;
 };
+
+// b (columns x rows, column-major) := a' for a rows x columns, column-major.
+template <class Real>
+void transpose(int64_t rows, int64_t columns, const Real* a, Real* b)
+{
+    for (int64_t i = 0; i < rows; ++i)
+        for (int64_t j = 0; j < columns; ++j)
+            b[j + i * columns] = a[i + j * rows];
+}
 
 template <class Real>
 Real dot(int64_t n, const Real* x, int64_t incx, const Real* y, int64_t incy)
@@ -277,13 +288,15 @@ template <class Real>
 bool measurement_update(const FilterStep<Real>& s, const FilterWork<Real>& work)
 {
     const int64_t n = s.n, ny = s.ny;
-    Real* gain = work.gain;  // column-major ny x n: z state_cov, then the solution X
     complete_state_cov(s);
-    l_mrrrr<Real>("T", "N", ny, n, n, s.z, s.ldz, s.state_cov, s.ldp, gain, ny);
+    // W = z state_cov, formed as its transpose state_cov z' (n x ny), whose
+    // columns are the rows of W.
+    l_mrrrr<Real>("N", "N", n, ny, n, s.state_cov, s.ldp, s.z, s.ldz, work.gain_rows, n);
     Real* f = s.innovation_cov;
     for (int64_t j = 0; j < ny; ++j)
         for (int64_t i = 0; i <= j; ++i)
-            f[i + j * ny] = dot(n, gain + i, ny, s.z + j * s.ldz, int64_t(1)) + s.r[i * s.ldr + j];
+            f[i + j * ny] =
+                dot(n, work.gain_rows + i * n, int64_t(1), s.z + j * s.ldz, int64_t(1)) + s.r[i * s.ldr + j];
     kernels::orvls_dcsfrg(ny, f, ny);
 
     int64_t rank = 0;
@@ -295,16 +308,24 @@ bool measurement_update(const FilterStep<Real>& s, const FilterWork<Real>& work)
     *s.n_rank += rank;
     add_log_determinant(ny, work.factor, s.log_det);
 
+    // R'X = W, then state_cov -= X'X over the upper triangle, one row of X
+    // at a time.
     const Real linear_tolerance = std::sqrt(s.tolerance);
-    if (kernels::orvls_girts(ny, work.factor, ny, n, gain, ny, int64_t(kernels::kSolveTransposed), linear_tolerance,
-                             &rank, gain, ny) != 0) {
+    transpose(n, ny, work.gain_rows, work.gain);
+    if (kernels::orvls_girts(ny, work.factor, ny, n, work.gain, ny, int64_t(kernels::kSolveTransposed),
+                             linear_tolerance, &rank, work.gain, ny) != 0) {
         orvls_e1std(1, s.tolerance);
         orvls_ermes(4, 65174);
         return false;
     }
-    for (int64_t i = 0; i < n; ++i)
-        for (int64_t j = i; j < n; ++j)
-            s.state_cov[i * s.ldp + j] -= dot(ny, gain + i * ny, int64_t(1), gain + j * ny, int64_t(1));
+    transpose(ny, n, work.gain, work.gain_rows);
+    for (int64_t k = 0; k < ny; ++k) {
+        const Real* x = work.gain_rows + k * n;
+        for (int64_t i = 0; i < n; ++i)
+            kernels::for_each_element(
+                n - i, [xi = x[i]](Real& p, Real xj) { p -= xi * xj; },
+                kernels::vector(s.state_cov + i * s.ldp + i, 1), kernels::vector(x + i, 1));
+    }
 
     std::memcpy(s.v, s.y, static_cast<std::size_t>(ny) * sizeof(Real));
     matrix_vector<Real>("T", n, ny, -1, s.z, s.ldz, s.b, 1, s.v);
@@ -320,7 +341,7 @@ bool measurement_update(const FilterStep<Real>& s, const FilterWork<Real>& work)
         orvls_ermes(4, 65175);
         return false;
     }
-    matrix_vector<Real>("T", ny, n, 1, gain, ny, e, 1, s.b);
+    matrix_vector<Real>("N", n, ny, 1, work.gain_rows, n, e, 1, s.b);
     *s.ss += dot(ny, e, int64_t(1), e, int64_t(1));
     return true;
 }
@@ -335,18 +356,17 @@ void time_update(const FilterStep<Real>& s, const FilterWork<Real>& work)
         std::memcpy(work.vector, s.b, static_cast<std::size_t>(n) * sizeof(Real));
         matrix_vector<Real>("T", n, n, 1, s.t, s.ldt, work.vector, 0, s.b);
         complete_state_cov(s);
-        // Row-major t state_cov, as the column-major product state_cov t'.
+        // The row-major t state_cov is the column-major state_cov t'; the
+        // column-major t (state_cov t') is t state_cov t', symmetric, and
+        // lands in state_cov as it stands.
         l_mrrrr<Real>("N", "N", n, n, n, s.state_cov, s.ldp, s.t, s.ldt, work.product, n);
-        for (int64_t i = 0; i < n; ++i)
-            for (int64_t j = i; j < n; ++j)
-                s.state_cov[i * s.ldp + j] = dot(n, work.product + i * n, int64_t(1), s.t + j * s.ldt, int64_t(1)) +
-                                             (s.q != nullptr ? s.q[i * s.ldq + j] : Real(0));
-    } else if (s.q != nullptr) {
+        l_mrrrr<Real>("T", "N", n, n, n, s.t, s.ldt, work.product, n, s.state_cov, s.ldp);
+    }
+    if (s.q != nullptr)
         for (int64_t i = 0; i < n; ++i)
             kernels::for_each_element(
                 n - i, [](Real& p, Real noise) { p += noise; }, kernels::vector(s.state_cov + i * s.ldp + i, 1),
                 kernels::vector(s.q + i * s.ldq + i, 1));
-    }
     complete_state_cov(s);
 }
 
@@ -404,7 +424,7 @@ void kalman(int64_t n, Real* b, Real* state_cov, int64_t* n_rank, Real* ss, Real
     const int64_t ny = settings.ny;
     const std::size_t nn = std::size_t(n), my = std::size_t(ny);
     const std::size_t work_size =
-        my * my + (settings.t != nullptr ? nn * nn : 0) + my * nn + (nn > my ? nn : my) + my;
+        my * my + (settings.t != nullptr ? nn * nn : 0) + 2 * my * nn + (nn > my ? nn : my) + my;
     const std::size_t own_outputs = (settings.innovations_user == nullptr ? my : 0) +
                                     (settings.innovation_cov_user == nullptr ? my * my : 0);
     WorkArray<Real> work_space(work_size + own_outputs);
@@ -417,7 +437,7 @@ void kalman(int64_t n, Real* b, Real* state_cov, int64_t* n_rank, Real* ss, Real
     Real* next = work_space.get();
     auto take = [&next](std::size_t size) { return std::exchange(next, next + size); };
     const FilterWork<Real> work{take(my * my), take(settings.t != nullptr ? nn * nn : 0), take(my * nn),
-                                take(nn > my ? nn : my), take(my)};
+                                take(my * nn), take(nn > my ? nn : my), take(my)};
     Real* v = settings.innovations_user != nullptr ? settings.innovations_user
               : results.v != nullptr               ? results.v
                                                    : take(my);

@@ -168,8 +168,8 @@ Errors run(const Model& m, const Layout& layout, bool allocated)
         } else if (allocated) {
             // A missing time point as ny = 0, with null arrays; nothing handed over.
             kalman<Real>(n, b.data(), p.data(), &n_rank, &ss, &log_det, ORVLS_MEASUREMENT, int(ny),
-                         ny > 0 ? y.data() : nullptr, ny > 0 ? z.data() : nullptr, ny > 0 ? r.data() : nullptr, ORVLS_OBSERVATION_COL_DIM, int(ldz), ORVLS_MEASUREMENT_COV_COL_DIM,
-                         int(ldr), ORVLS_TRANSITION, t.data(), ORVLS_TRANSITION_COL_DIM, int(n + 2 * layout.extra),
+                         ny > 0 ? y.data() : nullptr, ny > 0 ? z.data() : nullptr, ny > 0 ? r.data() : nullptr,
+                         ORVLS_OBSERVATION_COL_DIM, int(ldz), ORVLS_MEASUREMENT_COV_COL_DIM, int(ldr), ORVLS_TRANSITION, t.data(), ORVLS_TRANSITION_COL_DIM, int(n + 2 * layout.extra),
                          ORVLS_STATE_NOISE, q.data(), ORVLS_STATE_NOISE_COL_DIM, int(n + 3 * layout.extra),
                          ORVLS_STATE_COV_COL_DIM, int(ld), ORVLS_INNOVATIONS, &v_allocated, ORVLS_INNOVATION_COV,
                          &f_allocated, 0);
