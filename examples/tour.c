@@ -222,6 +222,29 @@ static void tour_network(void)
     orvls_d_mlff_network_free(net);
 }
 
+/* A linear model: crop yield on the nitrogen given and the variety grown
+ * (A, B or C), the variety as two explicit dummy columns against A.  The
+ * coefficients and the analysis-of-variance table of the fit. */
+static void tour_regression(void)
+{
+    const char *terms[] = {"intercept", "nitrogen", "variety B", "variety C"};
+    const char *places[] = {"model df", "error df", "total df", "model SS", "error SS", "total SS", "model MS",
+                            "error MS", "F", "prob > F", "R-squared %", "adj. R-sq. %", "error s.d.", "mean",
+                            "coef. var. %"};
+    /* nitrogen, B, C; then the yields */
+    double design[12 * 3] = {0, 0, 0, 40, 0, 0, 80, 0, 0, 120, 0, 0, 0,  1, 0, 40, 1, 0,
+                             80, 1, 0, 120, 1, 0, 0,  0, 1, 40,  0, 1, 80, 0, 1, 120, 0, 1};
+    double yields[12] = {3.1, 4.0, 4.6, 5.2, 3.6, 4.4, 5.3, 5.8, 2.8, 3.5, 4.3, 4.7};
+    double *anova = NULL, *coefficients;
+    printf("\n== Linear regression ==\n");
+    fflush(stdout);
+    coefficients = orvls_d_regression(12, 3, design, yields, ORVLS_ANOVA_TABLE, &anova, 0);
+    orvls_d_write_matrix("Coefficients", 1, 4, coefficients, ORVLS_COL_LABELS, terms, 0);
+    orvls_d_write_matrix("Analysis of variance", 15, 1, anova, ORVLS_ROW_LABELS, places, ORVLS_COL_STYLE_0, 0);
+    orvls_free_allocated_memory(coefficients);
+    orvls_free_allocated_memory(anova);
+}
+
 int main(void)
 {
     printf("orvls tour\n");
@@ -237,5 +260,6 @@ int main(void)
     tour_kalman();
     tour_contingency();
     tour_network();
+    tour_regression();
     return 0;
 }

@@ -43,46 +43,30 @@ struct ZeroDiagonalRule {
     }
 };
 
-// Back substitution, last row first.
+// Substitution with R (back, last row first) or with its transpose
+// (forward, first row first).
 template <class Real>
-void solve_upper(int64_t n, Matrix<const Real> r, const Real* b, Real* x, int64_t column,
-                 ZeroDiagonalRule<Real>& rule)
+void substitute(int64_t n, Matrix<const Real> r, bool transposed, const Real* b, Real* x, int64_t column,
+                ZeroDiagonalRule<Real>& rule)
 {
-    for (int64_t i = n - 1; i >= 0; --i) {
+    for (int64_t step = 0; step < n; ++step) {
+        const int64_t i = transposed ? step : n - 1 - step;
         Real v = b[i];
-        for (int64_t j = i + 1; j < n; ++j)
-            v -= r(i, j) * x[j];
-        if (r(i, i) != 0) {
-            x[i] = v / r(i, i);
+        if (transposed) {
+            const Real* ri = r.column(i);
+            for (int64_t j = 0; j < i; ++j)
+                v -= ri[j] * x[j];
         } else {
-            rule.judge(i, column, v, [&] {
-                Real scale = rule.right_magnitude(i, column, b[i]);
-                for (int64_t j = i + 1; j < n; ++j)
-                    scale += std::fabs(r(i, j) * x[j]);
-                return scale;
-            });
-            x[i] = 0;
+            for (int64_t j = i + 1; j < n; ++j)
+                v -= r(i, j) * x[j];
         }
-    }
-}
-
-// Forward substitution with the transpose, first row first.
-template <class Real>
-void solve_transposed(int64_t n, Matrix<const Real> r, const Real* b, Real* x, int64_t column,
-                      ZeroDiagonalRule<Real>& rule)
-{
-    for (int64_t i = 0; i < n; ++i) {
-        Real v = b[i];
-        const Real* ri = r.column(i);
-        for (int64_t j = 0; j < i; ++j)
-            v -= ri[j] * x[j];
         if (r(i, i) != 0) {
             x[i] = v / r(i, i);
         } else {
             rule.judge(i, column, v, [&] {
                 Real scale = rule.right_magnitude(i, column, b[i]);
-                for (int64_t j = 0; j < i; ++j)
-                    scale += std::fabs(ri[j] * x[j]);
+                for (int64_t j = transposed ? 0 : i + 1; j < (transposed ? i : n); ++j)
+                    scale += std::fabs((transposed ? r(j, i) : r(i, j)) * x[j]);
                 return scale;
             });
             x[i] = 0;
@@ -126,12 +110,8 @@ template <class Real>
 void solve(int64_t n, Matrix<const Real> r, int64_t nb, const Real* b, int64_t ldb, int64_t ipath, Real* x,
            int64_t ldx, ZeroDiagonalRule<Real>& rule)
 {
-    for (int64_t column = 0; column < nb; ++column) {
-        if (ipath == kSolve)
-            solve_upper(n, r, b + column * ldb, x + column * ldx, column, rule);
-        else
-            solve_transposed(n, r, b + column * ldb, x + column * ldx, column, rule);
-    }
+    for (int64_t column = 0; column < nb; ++column)
+        substitute(n, r, ipath == kSolveTransposed, b + column * ldb, x + column * ldx, column, rule);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ namespace orvls::kernels {
 // The modified rotation H given by param: param[0] is the flag, param[1..4]
 // are h11, h21, h12, h22; flag 0 and 1 imply the unit and +-1 entries.
 template <class Real>
-void rotm(int64_t n, Real* x, int64_t incx, Real* y, int64_t incy, const Real* param)
+[[gnu::always_inline]] inline void rotm(int64_t n, Real* x, int64_t incx, Real* y, int64_t incy, const Real* param)
 {
     const Real flag = param[0];
     if (n < 1 || flag == -2)
@@ -54,7 +54,7 @@ struct RotmgLimits<double> {
 // The modified rotation that zeroes the second component of
 // (sqrt(d1) x1, sqrt(d2) y1), with the published routine's flag and rescaling.
 template <class Real>
-void rotmg(Real* d1, Real* d2, Real* x1, Real y1, Real* param)
+[[gnu::always_inline]] inline void rotmg(Real* d1, Real* d2, Real* x1, Real y1, Real* param)
 {
     using L = RotmgLimits<Real>;
     Real flag = -1, h11 = 0, h12 = 0, h21 = 0, h22 = 0;

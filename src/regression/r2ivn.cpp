@@ -4,7 +4,9 @@
 #include <cmath>
 
 #include "frame/machine.h"
+#include "frame/memory.h"
 #include "frame/tsd.h"
+#include "kernels/gemm.h"
 #include "kernels/girts.h"
 #include "kernels/rotations.h"
 #include "orvls.h"
@@ -53,9 +55,8 @@ RowUse read_frequency_and_weight(const RowSource<Real>& rows, int64_t i, const U
 // The scratch row: 1 for the intercept, the independent values, the
 // dependent values.  False when one of them is missing.
 template <class Real>
-bool gather_row(const Factor<Real>& f, const RowSource<Real>& rows, int64_t i)
+bool gather_row(const Factor<Real>& f, const RowSource<Real>& rows, int64_t i, Real* s)
 {
-    Real* s = f.work;
     if (f.intercept)
         *s++ = 1;
     const int64_t n_ind = f.n_coef - f.intercept;
@@ -76,9 +77,8 @@ bool gather_row(const Factor<Real>& f, const RowSource<Real>& rows, int64_t i)
 // row sets both.  A removed row at an extreme of an independent variable
 // leaves that extreme stale, which is told (type 6, 11048).
 template <class Real>
-void track_extremes(const Factor<Real>& f, int64_t sign)
+void track_extremes(const Factor<Real>& f, int64_t sign, const Real* s)
 {
-    const Real* s = f.work;
     if (sign > 0) {
         for (int64_t j = 0; j < f.n_coef; ++j) {
             if (std::isnan(f.x_min[j])) {
@@ -102,54 +102,128 @@ void track_extremes(const Factor<Real>& f, int64_t sign)
 }
 
 // With centering the first row of R holds the running sums of the weights
-// and of the weighted values, with D[0] their reciprocal; the scratch row
-// becomes the deviation from the new means, and its weight is scaled so
-// that the deviations from the old means would have given the same sums.
-// False when nothing is left to rotate.
+// and of the weighted values (the total weight W times the means), with
+// D[0] = 1 / W; the scratch row becomes the deviation from the new means,
+// and its weight is scaled so that the deviations from the old means would
+// have given the same sums.  The means are carried in two parts and the
+// deviation from the old ones is taken from both; the deviation from the
+// new means is that times W_old / W_new.  False when nothing is left to
+// rotate.
 template <class Real>
-bool take_into_means(const Factor<Real>& f, Real& c)
+[[gnu::always_inline]] inline bool take_into_means(const Factor<Real>& f, Real* s, Real& c)
 {
-    Real* s = f.work;
+    const int64_t n = f.n_coef + f.n_dep;
+    Real* high = f.means;
+    Real* low = f.means + n;
     const Real old = f.R(0, 0);
-    f.R(0, 0) += c;
-    for (int64_t j = 1; j < f.n_coef; ++j)
-        f.R(0, j) += c * s[j];
-    for (int64_t k = 0; k < f.n_dep; ++k)
-        f.B(0, k) += c * s[f.n_coef + k];
-    if (f.R(0, 0) == 0)
+    const Real total = old + c;
+    f.R(0, 0) = total;
+    if (total == 0) {  // the last row is out: nothing is left
+        for (int64_t j = 1; j < n; ++j)
+            high[j] = low[j] = 0;
+        for (int64_t j = 1; j < f.n_coef; ++j)
+            f.R(0, j) = 0;
+        for (int64_t k = 0; k < f.n_dep; ++k)
+            f.B(0, k) = 0;
         return false;
-    f.d[0] = 1 / f.R(0, 0);
+    }
+    const Real reciprocal = 1 / total, step = c * reciprocal, shrink = old * reciprocal;
+    f.d[0] = reciprocal;
+    for (int64_t j = 1; j < n; ++j) {
+        const Real deviation = (s[j] - high[j]) - low[j];
+        // (high, low) += step * deviation, exactly added, then renormalised.
+        const Real t = step * deviation;
+        const Real sum = high[j] + t;
+        const Real taken = sum - high[j];
+        const Real error = (high[j] - (sum - taken)) + (t - taken);
+        const Real tail = low[j] + error;
+        high[j] = sum + tail;
+        low[j] = tail - (high[j] - sum);
+        s[j] = deviation * shrink;
+    }
     for (int64_t j = 1; j < f.n_coef; ++j)
-        s[j] -= f.d[0] * f.R(0, j);
+        f.R(0, j) = total * high[j];
     for (int64_t k = 0; k < f.n_dep; ++k)
-        s[f.n_coef + k] -= f.d[0] * f.B(0, k);
+        f.B(0, k) = total * high[f.n_coef + k];
     if (old == 0)
         return false;
-    c = c * f.R(0, 0) / old;
+    c = c / shrink;
     return true;
 }
 
-// Rotates the scratch row, of weight c (negative when removing, which makes
-// the rotations hyperbolic), into the factor, and adds what is left of its
-// dependent values to the error cross-products.
+// Rows waiting to be rotated in: their scratch rows and weights.
 template <class Real>
-void rotate_row(const Factor<Real>& f, Real c)
+struct Batch {
+    Real* row[kRowsInFlight];
+    Real c[kRowsInFlight];
+    int64_t size = 0;
+};
+
+// Rotates scratch row s, of weight c, into row i of the factor: one
+// modified rotation zeroes s[i] against R[i, i] and turns the rest of s and
+// of row i of R and B.  A negative c (a removed row) makes it hyperbolic.
+template <class Real>
+[[gnu::always_inline]] inline void rotate_at(const Factor<Real>& f, int64_t i, Real* s, Real& c)
 {
-    Real* s = f.work;
-    Real* y = s + f.n_coef;
+    Real param[5] = {};
+    rotmg(&f.d[i], &c, &f.R(i, i), s[i], param);
+    if (i + 1 < f.n_coef)
+        rotm(f.n_coef - i - 1, &f.R(i, i + 1), f.r_col, s + i + 1, int64_t(1), param);
+    rotm(f.n_dep, &f.B(i, 0), f.ldb, s + f.n_coef, int64_t(1), param);
+}
+
+// Rotates the waiting rows in, in their order, and adds what is left of
+// their dependent values to the error cross-products.  Row r meets row i
+// of the factor one step after row r - 1 did, so every row of the factor
+// sees the rows in order and the result is that of one row at a time,
+// while the rotations of different rows can overlap.
+template <class Real>
+[[gnu::always_inline]] inline void rotate_batch(const Factor<Real>& f, Batch<Real>& batch)
+{
     const bool centred = f.centering != 0;
-    if (centred && !take_into_means(f, c))
-        return;
-    Real param[5];
-    for (int64_t i = centred ? 1 : 0; i < f.n_coef; ++i) {
-        rotmg(&f.d[i], &c, &f.R(i, i), s[i], param);
-        if (i + 1 < f.n_coef)
-            rotm(f.n_coef - i - 1, &f.R(i, i + 1), f.ldr, s + i + 1, int64_t(1), param);
-        rotm(f.n_dep, &f.B(i, 0), f.ldb, y, int64_t(1), param);
+    int64_t m = 0;
+    for (int64_t r = 0; r < batch.size; ++r) {
+        if (centred && !take_into_means(f, batch.row[r], batch.c[r]))
+            continue;
+        batch.row[m] = batch.row[r];
+        batch.c[m++] = batch.c[r];
     }
-    for (int64_t k = 0; k < f.n_dep; ++k)
-        for (int64_t j = 0; j <= k; ++j)
-            f.sscp(j, k) += c * y[j] * y[k];
+    const int64_t first = centred ? 1 : 0, levels = f.n_coef - first;
+    for (int64_t step = 0; step < levels + m - 1; ++step)
+        for (int64_t r = 0; r < m; ++r)
+            if (step - r >= 0 && step - r < levels)
+                rotate_at(f, first + step - r, batch.row[r], batch.c[r]);
+    for (int64_t r = 0; r < m; ++r) {
+        const Real* y = batch.row[r] + f.n_coef;
+        for (int64_t k = 0; k < f.n_dep; ++k)
+            for (int64_t j = 0; j <= k; ++j)
+                f.sscp(j, k) += batch.c[r] * y[j] * y[k];
+    }
+    batch.size = 0;
+}
+
+// The same compiled for the processor's wider vectors, with fused
+// multiply-adds; chosen once per update.
+template <class Real>
+void rotate_batch_baseline(const Factor<Real>& f, Batch<Real>& batch)
+{
+    rotate_batch(f, batch);
+}
+
+template <class Real>
+[[gnu::target("avx2,fma")]] void rotate_batch_avx2(const Factor<Real>& f, Batch<Real>& batch)
+{
+    rotate_batch(f, batch);
+}
+
+template <class Real>
+using BatchRotation = void (*)(const Factor<Real>&, Batch<Real>&);
+
+template <class Real>
+BatchRotation<Real> batch_rotation()
+{
+    return kernels::widest_instruction_set() == kernels::InstructionSet::baseline ? rotate_batch_baseline<Real>
+                                                                                   : rotate_batch_avx2<Real>;
 }
 
 // Column i leaves the model: its row, without the diagonal, is rotated into
@@ -158,11 +232,11 @@ void rotate_row(const Factor<Real>& f, Real c)
 template <class Real>
 void drop_column(const Factor<Real>& f, int64_t i)
 {
-    Real param[5];
+    Real param[5] = {};
     for (int64_t m = i + 1; m < f.n_coef; ++m) {
         rotmg(&f.d[m], &f.d[i], &f.R(m, m), f.R(i, m), param);
         if (m + 1 < f.n_coef)
-            rotm(f.n_coef - m - 1, &f.R(m, m + 1), f.ldr, &f.R(i, m + 1), f.ldr, param);
+            rotm(f.n_coef - m - 1, &f.R(m, m + 1), f.r_col, &f.R(i, m + 1), f.r_col, param);
         rotm(f.n_dep, &f.B(m, 0), f.ldb, &f.B(i, 0), f.ldb, param);
     }
     for (int64_t k = 0; k < f.n_dep; ++k)
@@ -212,6 +286,8 @@ void start_factor(const Factor<Real>& f)
 {
     *f.n_rows_missing = 0;
     *f.df_error = 0;
+    for (int64_t j = 0; f.means != nullptr && j < 2 * (f.n_coef + f.n_dep); ++j)
+        f.means[j] = 0;
     for (int64_t i = 0; i < f.n_coef; ++i) {
         for (int64_t j = i; j < f.n_coef; ++j)
             f.R(i, j) = 0;
@@ -229,12 +305,18 @@ template <class Real>
 bool update_factor(const Factor<Real>& f, const RowSource<Real>& rows, int64_t n_rows, const UpdateCall& call,
                    int64_t* row_missing)
 {
+    const int64_t in_flight = std::clamp<int64_t>(f.work_rows, 1, kRowsInFlight);
+    const BatchRotation<Real> rotate = batch_rotation<Real>();
+    Batch<Real> batch;
     for (int64_t i = 0; i < n_rows; ++i) {
         Real frequency, weight;
+        Real* s = f.work + batch.size * (f.n_coef + f.n_dep);
         RowUse use = read_frequency_and_weight(rows, i, call, frequency, weight);
-        if (use == RowUse::fatal)
+        if (use == RowUse::fatal) {
+            rotate(f, batch);
             return false;
-        if (use == RowUse::use && !gather_row(f, rows, i))
+        }
+        if (use == RowUse::use && !gather_row(f, rows, i, s))
             use = RowUse::missing;
         if (row_missing != nullptr)
             row_missing[i] = use == RowUse::missing;
@@ -243,21 +325,34 @@ bool update_factor(const Factor<Real>& f, const RowSource<Real>& rows, int64_t n
         if (use != RowUse::use)
             continue;
         *f.df_error += frequency;
-        track_extremes(f, call.sign);
-        if (weight != 0)
-            rotate_row(f, frequency * weight);
+        track_extremes(f, call.sign, s);
+        if (weight == 0)
+            continue;
+        batch.row[batch.size] = s;
+        batch.c[batch.size++] = frequency * weight;
+        if (batch.size == in_flight)
+            rotate(f, batch);
     }
+    rotate(f, batch);
     return true;
 }
 
 template <class Real>
-void finish_factor(const Factor<Real>& f, Real tol, int64_t* rank)
+void finish_factor(const Factor<Real>& factor, Real tol, int64_t* rank)
 {
     bool constant_kept = false;
-    for (int64_t i = 0; i < f.n_coef; ++i)
-        if (column_to_drop(f, i, tol * tol, constant_kept))
-            drop_column(f, i);
-    kernels::orvls_girts(f.n_coef, f.r, f.ldr, f.n_dep, f.b, f.ldb, int64_t(kernels::kSolve), rank, f.b, f.ldb,
+    for (int64_t i = 0; i < factor.n_coef; ++i)
+        if (column_to_drop(factor, i, tol * tol, constant_kept))
+            drop_column(factor, i);
+    // The solver and the callers want R column-major.
+    Factor<Real> f = factor;
+    if (f.r_row > f.r_col) {
+        for (int64_t i = 0; i < f.n_coef; ++i)
+            for (int64_t j = i + 1; j < f.n_coef; ++j)
+                std::swap(f.R(i, j), f.R(j, i));
+        std::swap(f.r_row, f.r_col);
+    }
+    kernels::orvls_girts(f.n_coef, f.r, f.r_col, f.n_dep, f.b, f.ldb, int64_t(kernels::kSolve), rank, f.b, f.ldb,
                          static_cast<Real*>(nullptr), int64_t(0));
     *f.df_error -= Real(*rank);
     if (!(*f.df_error > 0)) {
@@ -313,15 +408,26 @@ void orvls_r2ivn(int64_t ido, int64_t nrow, int64_t ncol, const Real* x, int64_t
     }
     check_columns(ncol, nind < 0 ? 0 : n_ind, indind, ndep < 0 ? 0 : n_dep, inddep, 1);
     int64_t* counter = update_call_counter<Real>();
-    if (counter == nullptr)
+    // The two-part means live for this call; a later call of the sequence
+    // starts them again from the first rows of R and B.
+    WorkArray<Real> means(isub != 0 ? static_cast<std::size_t>(2 * (n_ind + intcep + n_dep)) : 0);
+    if (counter == nullptr || !means.ok())
         orvls_ermes(5, 200);
     if (orvls_n1rty(0) >= 4 && orvls_n1rty(0) != 6)
         return;
-    const Factor<Real> f{n_ind + intcep, n_dep, intcep, isub, r, ldr, b, ldb, d, scpe, ldscpe, xmin, xmax, wk,
-                         dfe,            nrmiss};
+    Factor<Real> f{n_ind + intcep, n_dep, intcep, isub, r,   1,      ldr,   b, ldb, d, scpe, ldscpe, xmin,
+                   xmax,           wk,    1,      dfe,    nrmiss};
+    f.means = isub != 0 ? means.get() : nullptr;
     *counter = ido < 2 ? 1 : *counter + 1;
-    if (ido < 2)
+    if (ido < 2) {
         start_factor(f);
+    } else if (f.means != nullptr) {
+        const Real weight = f.R(0, 0);
+        for (int64_t j = 1; j < f.n_coef + f.n_dep; ++j) {
+            f.means[j] = weight == 0 ? Real(0) : (j < f.n_coef ? f.R(0, j) : f.B(0, j - f.n_coef)) / weight;
+            f.means[f.n_coef + f.n_dep + j] = 0;
+        }
+    }
     RowSource<Real> rows;
     rows.independent = {x, 1, ldx, nind < 0 ? nullptr : indind, 1, 0};
     rows.dependent = {x, 1, ldx, ndep < 0 ? nullptr : inddep, 1, ncol - n_dep};

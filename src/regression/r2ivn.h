@@ -40,13 +40,20 @@ struct RowSource {
     int64_t frequency_step = 0, weight_step = 0;
 };
 
-// The factor being updated; R, B and sscp_error are column-major.  x_min and x_max cover every coefficient, the intercept's
-// column of ones included; work holds one row of n_coef + n_dep values.
+// The factor being updated.  Element (i, j) of R lies at r[i * r_row + j *
+// r_col]: a caller that rotates many rows keeps R by rows (r_col 1), so
+// that a row of R is contiguous; finish_factor leaves it column-major, with
+// leading dimension the larger stride.  B and sscp_error are column-major.  x_min
+// and x_max cover every coefficient, the intercept's column of ones
+// included.  work holds work_rows scratch rows of n_coef + n_dep values one
+// after the other; with more than one, several rows are rotated in at once
+// (the same operations in the same order, so the same result), which lets
+// the processor overlap their rotations.
 template <class Real>
 struct Factor {
     int64_t n_coef, n_dep, intercept, centering;
     Real* r;
-    int64_t ldr;
+    int64_t r_row, r_col;
     Real* b;
     int64_t ldb;
     Real* d;
@@ -55,10 +62,16 @@ struct Factor {
     Real* x_min;
     Real* x_max;
     Real* work;
+    int64_t work_rows;
     Real* df_error;
     int64_t* n_rows_missing;
+    // With centering: the running weighted means of the columns, each as
+    // the unevaluated sum of two reals (n_coef + n_dep leading parts, then
+    // as many trailing parts; entry 0 unused), so that a row's deviation
+    // from the means keeps its digits when the values sit far from 0.
+    Real* means = nullptr;
 
-    Real& R(int64_t i, int64_t j) const { return r[i + j * ldr]; }
+    Real& R(int64_t i, int64_t j) const { return r[i * r_row + j * r_col]; }
     Real& B(int64_t i, int64_t k) const { return b[i + k * ldb]; }
     Real& sscp(int64_t j, int64_t k) const { return sscp_error[j + k * ld_sscp]; }
 };
@@ -70,6 +83,9 @@ struct UpdateCall {
     int64_t first_row;    // number of the first row of this block within the call, from 0
     int64_t sign;         // +1 add, -1 remove
 };
+
+// Scratch rows that make the most of rotating rows together.
+constexpr int64_t kRowsInFlight = 4;
 
 // The kernel's count of calls within the running sequence, per thread.
 // Null when the thread's record cannot be made.

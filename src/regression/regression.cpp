@@ -42,6 +42,7 @@ struct RegressionSequence {
     Real df_error, sum_weights;
     Real* storage;
     int64_t* row_missing;
+    Real* means;  // the two-part running means of the columns
     Real *R, *D, *B, *sscp_error, *work, *x_min, *x_max;
     Real *x_sum, *y_sum, *y_min, *y_max, *y_deviation_squares, *y_squares;
 
@@ -52,8 +53,10 @@ struct RegressionSequence {
     {
         std::free(storage);
         std::free(row_missing);
+        std::free(means);
         storage = nullptr;
         row_missing = nullptr;
+        means = nullptr;
         active = 0;
     }
     static void destroy(void* value)
@@ -66,8 +69,11 @@ struct RegressionSequence {
 
     Factor<Real> factor()
     {
-        return {n_coef(), n_dependent, intercept, centering, R,     n_coef(), B,        n_coef(),
-                D,        sscp_error,  n_dep(),   x_min,     x_max, work,     &df_error, &n_rows_missing};
+        Factor<Real> f{n_coef(), n_dependent, intercept, centering,      R,         n_coef(),        1,
+                       B,        n_coef(),    D,          sscp_error, n_dep(), x_min, x_max, work, kRowsInFlight,
+                       &df_error, &n_rows_missing};
+        f.means = means;
+        return f;
     }
 };
 
@@ -86,10 +92,12 @@ bool open_sequence(RegressionSequence<Real>& s, int64_t n_independent, int64_t n
     s.rows_taken = 0;
     s.sum_weights = 0;
     const int64_t p = s.n_coef(), q = s.n_dep();
-    const std::size_t reals = static_cast<std::size_t>(p * p + p * q + q * q + (p + q) + 3 * p + n_independent + 5 * q);
+    const std::size_t reals =
+        static_cast<std::size_t>(p * p + p * q + q * q + kRowsInFlight * (p + q) + 3 * p + n_independent + 5 * q);
     s.storage = allocate<Real>(reals);
     s.row_missing = allocate<int64_t>(kBlockRows);
-    if (s.storage == nullptr || s.row_missing == nullptr) {
+    s.means = allocate<Real>(static_cast<std::size_t>(2 * (p + q)));
+    if (s.storage == nullptr || s.row_missing == nullptr || s.means == nullptr) {
         s.release();
         orvls_e1sti(1, n_independent);
         orvls_e1stl(1, "n_independent");
@@ -107,7 +115,7 @@ bool open_sequence(RegressionSequence<Real>& s, int64_t n_independent, int64_t n
     s.R = take(p * p);
     s.B = take(p * q);
     s.sscp_error = take(q * q);
-    s.work = take(p + q);
+    s.work = take(kRowsInFlight * (p + q));
     s.D = take(p);
     s.x_min = take(p);
     s.x_max = take(p);
@@ -181,24 +189,15 @@ struct Settings {
     bool final_call() const { return ido == 0 || ido == 3; }
 };
 
-// A pointer option; a null one is refused (104).
-template <class T>
-T non_null(OptionReader& options, const char* argument, const char* option)
-{
-    T pointer = options.pointer<T>();
-    refuse_null_user(pointer, argument, option);
-    return pointer;
-}
-
 template <class Real>
 void read_output(OptionReader& options, Output<Real>& output, bool allocated, const char* argument,
                  const char* option)
 {
     if (allocated) {
-        output.address = non_null<Real**>(options, argument, option);
+        output.address = options.non_null_pointer<Real**>(argument, option);
         output.user = nullptr;
     } else {
-        output.user = non_null<Real*>(options, argument, option);
+        output.user = options.non_null_pointer<Real*>(argument, option);
         output.address = nullptr;
     }
 }
@@ -221,22 +220,22 @@ void read_options(OptionReader& options, Settings<Real>& s, ExclusiveOptions& da
             break;
         case ORVLS_COEF_COV_COL_DIM: s.coef_cov_col_dim = options.integer(); break;
         case ORVLS_FREQUENCIES:
-            s.frequencies = non_null<const Real*>(options, "frequencies", "ORVLS_FREQUENCIES");
+            s.frequencies = options.non_null_pointer<const Real*>("frequencies", "ORVLS_FREQUENCIES");
             data_columns.seen();
             break;
         case ORVLS_WEIGHTS:
-            s.weights = non_null<const Real*>(options, "weights", "ORVLS_WEIGHTS");
+            s.weights = options.non_null_pointer<const Real*>("weights", "ORVLS_WEIGHTS");
             data_columns.seen();
             break;
         case ORVLS_INTERCEPT: s.intercept = true; break;
         case ORVLS_NO_INTERCEPT: s.intercept = false; break;
-        case ORVLS_RANK: s.rank = non_null<int64_t*>(options, "rank", "ORVLS_RANK"); break;
+        case ORVLS_RANK: s.rank = options.non_null_pointer<int64_t*>("rank", "ORVLS_RANK"); break;
         case ORVLS_REGRESSION_INFO:
-            s.info = non_null<Info<Real>**>(options, "regression_info", "ORVLS_REGRESSION_INFO");
+            s.info = options.non_null_pointer<Info<Real>**>("regression_info", "ORVLS_REGRESSION_INFO");
             break;
         case ORVLS_RESIDUAL: read_output(options, s.residual, true, "residual", "ORVLS_RESIDUAL"); break;
         case ORVLS_RESIDUAL_USER: read_output(options, s.residual, false, "residual", "ORVLS_RESIDUAL_USER"); break;
-        case ORVLS_RETURN_USER: s.return_user = non_null<Real*>(options, "coefficients", "ORVLS_RETURN_USER"); break;
+        case ORVLS_RETURN_USER: s.return_user = options.non_null_pointer<Real*>("coefficients", "ORVLS_RETURN_USER"); break;
         case ORVLS_TOLERANCE: s.tolerance = static_cast<Real>(options.real()); break;
         case ORVLS_TOLERANCE_ADR: s.tolerance = options.real_address<Real>(); break;
         case ORVLS_X_COL_DIM: s.x_col_dim = options.integer(); break;
@@ -245,9 +244,9 @@ void read_options(OptionReader& options, Settings<Real>& s, ExclusiveOptions& da
         case ORVLS_Y_COL_DIM: s.y_col_dim = options.integer(); break;
         case ORVLS_R: read_output(options, s.r, true, "R", "ORVLS_R"); break;
         case ORVLS_R_USER: read_output(options, s.r, false, "R", "ORVLS_R_USER"); break;
-        case ORVLS_DF_ERROR: s.df_error = non_null<Real*>(options, "df_error", "ORVLS_DF_ERROR"); break;
+        case ORVLS_DF_ERROR: s.df_error = options.non_null_pointer<Real*>("df_error", "ORVLS_DF_ERROR"); break;
         case ORVLS_N_ROWS_MISSING:
-            s.n_rows_missing = non_null<int64_t*>(options, "n_rows_missing", "ORVLS_N_ROWS_MISSING");
+            s.n_rows_missing = options.non_null_pointer<int64_t*>("n_rows_missing", "ORVLS_N_ROWS_MISSING");
             break;
         case ORVLS_IDO: s.ido = options.integer(); break;
         case ORVLS_ADD_OBSERVATIONS: s.sign = 1; break;
@@ -393,16 +392,19 @@ RowSource<Real> row_source(const Settings<Real>& s, int64_t n_rows, const Real* 
     return rows;
 }
 
-// The same rows from row `start` on.
+// The same rows from row `start` on.  An array not given (y without
+// dependent variables, say) stays null.
 template <class Real>
 RowSource<Real> rows_from(RowSource<Real> rows, int64_t start)
 {
-    rows.independent.base += start * rows.independent.row_step;
-    rows.dependent.base += start * rows.dependent.row_step;
-    if (rows.frequency != nullptr)
-        rows.frequency += start * rows.frequency_step;
-    if (rows.weight != nullptr)
-        rows.weight += start * rows.weight_step;
+    auto advance = [start](const Real*& base, int64_t step) {
+        if (base != nullptr)
+            base += start * step;
+    };
+    advance(rows.independent.base, rows.independent.row_step);
+    advance(rows.dependent.base, rows.dependent.row_step);
+    advance(rows.frequency, rows.frequency_step);
+    advance(rows.weight, rows.weight_step);
     return rows;
 }
 
@@ -523,7 +525,6 @@ struct Results {
     }
 };
 
-template <class Real>
 std::size_t info_reals(int64_t n_independent, int64_t n_dep, int64_t n_coef)
 {
     return static_cast<std::size_t>((n_dep + 3 + 2 * n_coef) * n_dep + (n_coef + 1) * n_coef + 3 * n_independent);
@@ -554,7 +555,7 @@ bool allocate_results(Settings<Real>& s, Results<Real>& results, int64_t n_rows,
     ok = ok && s.anova.allocate_for(q * kAnovaValues) && s.covariances.allocate_for(q * p * cov_ld) &&
          s.x_mean.allocate_for(n_independent) && s.r.allocate_for(p * p) && s.sscp_error.allocate_for(q * q);
     if (ok && s.info != nullptr) {
-        const std::size_t bytes = sizeof(Info<Real>) + info_reals<Real>(n_independent, q, p) * sizeof(Real);
+        const std::size_t bytes = sizeof(Info<Real>) + info_reals(n_independent, q, p) * sizeof(Real);
         ok = (results.info = static_cast<Info<Real>*>(orvls_malloc(bytes))) != nullptr;
     }
     if (!ok) {
@@ -726,15 +727,20 @@ Real* regression(int64_t n_rows, int64_t n_independent, Real* x, Real* y, Option
     read_options(options, s, data_columns);
     if (orvls_n1rty(0) > 0)
         return nullptr;
-    default_row_lengths(s, n_independent);
-    check_arguments(n_rows, n_independent, s);
-    if (s.x_indices)
-        data_columns.report();
     RegressionSequence<Real>* seq = SequenceRecord<Real>::get();
     if (seq == nullptr) {
         orvls_ermes(5, 200);
         return nullptr;
     }
+    // A sequence keeps the intercept and centering it opened with.
+    if (s.ido >= 2 && seq->active) {
+        s.intercept = seq->intercept != 0;
+        s.centering = seq->centering != 0;
+    }
+    default_row_lengths(s, n_independent);
+    check_arguments(n_rows, n_independent, s);
+    if (s.x_indices)
+        data_columns.report();
     if (orvls_n1rty(0) == 0)
         check_sequence(*seq, n_independent, s);
     Results<Real> results;

@@ -55,18 +55,10 @@ struct Settings {
 template <class Real>
 Real** result_pointer(OptionReader& options, const char* argument, const char* option)
 {
-    Real** pointer = options.pointer<Real**>();
-    if (!refuse_null_user(pointer, argument, option))
+    Real** pointer = options.non_null_pointer<Real**>(argument, option);
+    if (pointer != nullptr)
         *pointer = nullptr;
     return pointer;
-}
-
-template <class Real>
-Real* user_array(OptionReader& options, const char* argument, const char* option)
-{
-    Real* array = options.pointer<Real*>();
-    refuse_null_user(array, argument, option);
-    return array;
 }
 
 template <class Real>
@@ -90,9 +82,9 @@ void read_options(OptionReader& options, Settings<Real>& settings)
     while (options.next(code)) {
         switch (code) {
         case ORVLS_MEASUREMENT: read_measurement(options, settings); break;
-        case ORVLS_TRANSITION: settings.t = user_array<Real>(options, "t", "ORVLS_TRANSITION"); break;
+        case ORVLS_TRANSITION: settings.t = options.non_null_pointer<Real*>("t", "ORVLS_TRANSITION"); break;
         case ORVLS_TRANSITION_COL_DIM: settings.t_col_dim = options.integer(); break;
-        case ORVLS_STATE_NOISE: settings.q = user_array<Real>(options, "q", "ORVLS_STATE_NOISE"); break;
+        case ORVLS_STATE_NOISE: settings.q = options.non_null_pointer<Real*>("q", "ORVLS_STATE_NOISE"); break;
         case ORVLS_STATE_NOISE_COL_DIM: settings.q_col_dim = options.integer(); break;
         case ORVLS_STATE_COV_COL_DIM: settings.state_cov_col_dim = options.integer(); break;
         case ORVLS_OBSERVATION_COL_DIM: settings.z_col_dim = options.integer(); break;
@@ -105,13 +97,14 @@ void read_options(OptionReader& options, Settings<Real>& settings)
             settings.innovations = result_pointer<Real>(options, "innovations", "ORVLS_INNOVATIONS");
             break;
         case ORVLS_INNOVATIONS_USER:
-            settings.innovations_user = user_array<Real>(options, "innovations", "ORVLS_INNOVATIONS_USER");
+            settings.innovations_user = options.non_null_pointer<Real*>("innovations", "ORVLS_INNOVATIONS_USER");
             break;
         case ORVLS_INNOVATION_COV:
             settings.innovation_cov = result_pointer<Real>(options, "innovation_cov", "ORVLS_INNOVATION_COV");
             break;
         case ORVLS_INNOVATION_COV_USER:
-            settings.innovation_cov_user = user_array<Real>(options, "innovation_cov", "ORVLS_INNOVATION_COV_USER");
+            settings.innovation_cov_user =
+                options.non_null_pointer<Real*>("innovation_cov", "ORVLS_INNOVATION_COV_USER");
             break;
         default: options.unknown(code);
         }
