@@ -1137,6 +1137,95 @@ ORVLS_API double *orvls_d_regression(int64_t n_rows, int64_t n_independent, doub
 /* END REGRESSION */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN TIME SERIES */
+/**
+ * @brief One step of a Kalman filter on a state that the caller holds
+ * (float form; the double form orvls_d_kalman is the same with double).
+ *
+ * A call does a measurement update when ORVLS_MEASUREMENT gives
+ * observations, then the time update.  To filter a series, call once per
+ * time point with the same b, state_cov, n_rank, ss and log_det, the three
+ * sums set to 0 before the first call; a missing observation is a call
+ * without ORVLS_MEASUREMENT (or with ny 0).  state_cov, q and r are
+ * covariances divided by one unknown scale, which is why the likelihood
+ * comes as sums for the caller to combine: with N the final n_rank, the
+ * scale's estimate is ss / N and minus twice the log likelihood is
+ * N log(2 pi ss / N) + N + log_det, or N log(2 pi) + ss + log_det with the
+ * scale known to be 1.
+ *
+ * Measurement update, with F = z state_cov z' + r = R'R, R the upper
+ * triangular Cholesky factor with a zero row at each observation that
+ * depends on the ones before it within the tolerance: v = y - z b;
+ * n_rank += rank of F; log_det += log of the generalised determinant of F
+ * (the product of the squared diagonal of R at full rank); with X solving
+ * R'X = z state_cov and e solving R'e = v (components at dependent
+ * observations 0), state_cov -= X'X, b += X'e and ss += e'e.  Time update:
+ * b := t b and state_cov := t state_cov t' + q, without t where it is not
+ * given and without q where it is not given.
+ *
+ * Matrices are row-major; symmetric ones (state_cov, q, r) are read from
+ * their upper triangle, and state_cov comes back complete and symmetric.
+ * No input is modified other than b, state_cov and the sums.  The routine
+ * keeps no state of its own.
+ *
+ * @param n         number of state components, at least 1
+ * @param b         n values: the state estimate, replaced by the estimate
+ *                  after both updates (the prediction for the next time point)
+ * @param state_cov n by n (row length ORVLS_STATE_COV_COL_DIM): the covariance
+ *                  of b on the caller's scale, updated in place
+ * @param n_rank    running rank: the rank of this step's F is added
+ * @param ss        running sum of squared standardised prediction errors
+ * @param log_det   running log of the generalised determinants of F
+ * @param ...       options, each a code and its values, ended by 0
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position; the
+ *    first option is at position 7)
+ *  - 5, 104: a null array given to an option (y, z and r only with ny above 0)
+ *  - 5, 65170: n below 1 (int 1 = n), or a row length of t, q or state_cov
+ *    below n (int 1 = n, ints 2 to 4 = the row lengths of t, q and state_cov)
+ *  - 5, 65167: ny negative (int 1 = ny)
+ *  - 5, 50098: tolerance outside 0 to 1, or NaN (real 1 = tolerance)
+ *  - 5, 600: with ny above 1, ORVLS_OBSERVATION_COL_DIM below n
+ *  - 5, 65168: with ny above 1, ORVLS_MEASUREMENT_COV_COL_DIM below ny
+ *    (int 1 = ny, ints 2 to 4 = the row lengths of z, r and innovation_cov)
+ *  - 5, 65169: y holds a NaN (int 1 = its index, from 0); a missing
+ *    observation is left out of the call instead
+ *  - 4, 65173: F is not non-negative definite within the tolerance (real 1 =
+ *    tolerance); only the lower triangle of state_cov has moved
+ *  - 4, 65174: the system for the gain is inconsistent within the tolerance
+ *    (real 1 = tolerance); n_rank and log_det have moved
+ *  - 4, 65175: the system for the standardised prediction errors is
+ *    inconsistent: an observation that F says is determined by the others
+ *    disagrees with them; n_rank, log_det and state_cov have moved
+ *  - 5, 200: memory
+ * After a fatal error nothing is handed over through ORVLS_INNOVATIONS or
+ * ORVLS_INNOVATION_COV, and the filter cannot go on from that step without
+ * the caller's own copy of the state.
+ */
+ORVLS_API void orvls_f_kalman(int64_t n, float *b, float *state_cov, int64_t *n_rank, float *ss, float *log_det, ...);
+/** @brief One step of a Kalman filter (double form); see orvls_f_kalman. */
+ORVLS_API void orvls_d_kalman(int64_t n, double *b, double *state_cov, int64_t *n_rank, double *ss, double *log_det,
+                              ...);
+#define ORVLS_MEASUREMENT              25920 /**< int ny, const real *y, const real *z, const real *r: the measurement update with ny observations y, the ny by n observation matrix z and their ny by ny error covariance r, on the scale of state_cov; default none (ny 0) */
+#define ORVLS_TRANSITION               14000 /**< const real *t: n by n transition matrix of the time update; default none, the state is carried unchanged */
+#define ORVLS_TRANSITION_COL_DIM       14040 /**< int: row length of t; default n */
+#define ORVLS_STATE_NOISE              40015 /**< const real *q: n by n covariance of the state noise, on the scale of state_cov; default none */
+#define ORVLS_STATE_NOISE_COL_DIM      40011 /**< int: row length of q; default n */
+#define ORVLS_STATE_COV_COL_DIM        40012 /**< int: row length of state_cov; default n */
+#define ORVLS_OBSERVATION_COL_DIM      40010 /**< int: row length of z; default n; not read when ny is 1 */
+#define ORVLS_MEASUREMENT_COV_COL_DIM  16072 /**< int: row length of r; default ny; not read when ny is 1 */
+#define ORVLS_INNOVATIONS              15290 /**< real **: receives the ny prediction errors y - z b (before the update of b), or NULL without observations, after a fatal error, or when ORVLS_INNOVATIONS_USER is given too */
+#define ORVLS_INNOVATIONS_USER         15380 /**< real *: the same in the caller's array of ny */
+#define ORVLS_INNOVATION_COV           40014 /**< real **: receives the ny by ny covariance F of the prediction errors, or NULL as for ORVLS_INNOVATIONS */
+#define ORVLS_INNOVATION_COV_USER      40013 /**< real *: the same in the caller's array of ny by ny */
+/* ORVLS_TOLERANCE 15040 serves here too: the rank decision on F, a pivot of
+   the factor counting as 0 when at most the tolerance times its diagonal
+   element of F; default 100 times the precision's machine epsilon.  The
+   triangular solves accept a remainder at a dependent observation of at most
+   the square root of the tolerance times the size of its terms. */
+/* END TIME SERIES */
+
 /* BEGIN CATEGORICAL */
 /**
  * @brief Asymptotic tests and measures of association of a two-way table.
