@@ -24,4 +24,18 @@ template <class Real>
 void orvls_girts(int64_t n, const Real* r, int64_t ldr, int64_t nb, const Real* b, int64_t ldb, int64_t ipath,
                  int64_t* irank, Real* x, int64_t ldx, Real* rinv, int64_t ldrinv);
 
+// Paths 1 and 2 within a tolerance, for right-hand sides computed in
+// floating point: a row at a zero diagonal is consistent when what is left
+// of it is at most `tolerance` times the sum of the magnitudes of the terms
+// it came from: its right-hand side (or, where right_scale is given, the
+// magnitude stored there, leading dimension ldb, for a right-hand side that
+// is itself a difference) and the products with the components solved
+// before it.  A tolerance of 0 asks for exactly 0.  (With path 1, a row of
+// R that is 0 leaves the right-hand side's magnitude alone as the scale.)
+// Such rows get 0 as before.  Nothing is raised: the result is 1 when some
+// row was inconsistent, else 0.
+template <class Real>
+int64_t orvls_girts(int64_t n, const Real* r, int64_t ldr, int64_t nb, const Real* b, int64_t ldb, int64_t ipath,
+                    Real tolerance, int64_t* irank, Real* x, int64_t ldx, const Real* right_scale = nullptr);
+
 }  // namespace orvls::kernels
