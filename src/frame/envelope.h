@@ -9,8 +9,12 @@
 
 namespace orvls {
 
-// Installs (on) or restores (off) the handlers of the trapped signals.
+// Enters (on) or leaves (off) a guarded call: the trapped signals are taken
+// from the caller's handlers at the first entry and then kept.
 void orvls_signal_guard(ErrorBlock* block, int on);
+// Gives the trapped signals back to the handlers the guard displaced, unless
+// the caller has installed others since; called when trapping is switched.
+void hand_back_signals();
 
 // Runs the worker under the signal guard.  After the jump buffer is set,
 // the block is fetched afresh rather than kept in a register that a jump
