@@ -113,6 +113,33 @@ static void tour_statistics(void)
     orvls_free_allocated_memory(summary);
 }
 
+/* A contingency table: eye colour by hair colour of 60 people, the
+ * chi-squared statistics and measures of association, and Fisher's exact
+ * p-value by the network algorithm and by enumeration. */
+static void tour_contingency(void)
+{
+    const char *chi_labels[] = {"Pearson chi2", "p-value", "df", "G2", "p-value", "phi", "chi2/(n+chi2)",
+                                "Cramer's V", "M-H chi2", "p-value"};
+    const char *stat_labels[] = {"gamma", "tau-b", "tau-c", "Somers D row", "Somers D col", "correlation"};
+    const char *se_labels[] = {"value", "std. error"};
+    double eyes[3 * 4] = {8, 4, 2, 1, 3, 9, 5, 2, 1, 4, 7, 14};
+    double chi_stats[10], table_stats[12], network_p, enumerated_p, observed;
+    int64_t tables;
+    printf("\n== Contingency table ==\n");
+    fflush(stdout);
+    orvls_d_contingency_table(3, 4, eyes, ORVLS_CHI_SQUARED_STATS_USER, chi_stats, ORVLS_TABLE_STATS_USER,
+                              table_stats, 0);
+    orvls_d_write_matrix("Chi-squared statistics", 10, 1, chi_stats, ORVLS_ROW_LABELS, chi_labels,
+                         ORVLS_COL_STYLE_0, 0);
+    orvls_d_write_matrix("Measures of association", 6, 2, table_stats, ORVLS_ROW_LABELS, stat_labels,
+                         ORVLS_COL_LABELS, se_labels, 0);
+    network_p = orvls_d_exact_network(3, 4, eyes, ORVLS_NO_HYBRID, ORVLS_PROB_TABLE, &observed, 0);
+    enumerated_p = orvls_d_exact_enumeration(3, 4, eyes, ORVLS_TABLE_COUNT, &tables, 0);
+    printf("Fisher's exact p-value: network %.10g, enumeration %.10g (%lld tables)\n", network_p, enumerated_p,
+           (long long)tables);
+    printf("probability of the observed table %.6g\n", observed);
+}
+
 /* Random samples: a seeded normal sample summarised by the simple
  * statistics, and a few Poisson and binomial draws. */
 static void tour_sampling(void)
@@ -138,6 +165,35 @@ static void tour_sampling(void)
     printf("\n");
 }
 
+/* A feed-forward network: 2 inputs, 4 logistic hidden nodes and a linear
+ * output, trained on a seeded sample of y = x1 x2 + x1 / 2, then asked for a
+ * few forecasts. */
+static void tour_network(void)
+{
+    double x[40 * 2], y[40], stats[5], fresh[3 * 2] = {0.2, 0.8, 0.5, 0.5, 0.9, 0.1}, *forecasts;
+    orvls_d_ff_net *net;
+    int i;
+    orvls_random_option(1);
+    orvls_random_seed_set(24680);
+    orvls_d_random_uniform(80, ORVLS_RETURN_USER, x, 0);
+    for (i = 0; i < 40; ++i)
+        y[i] = x[2 * i] * x[2 * i + 1] + 0.5 * x[2 * i];
+    net = orvls_d_mlff_network_init(2, 1);
+    orvls_d_mlff_network(net, ORVLS_CREATE_HIDDEN_LAYER, 4, 0);
+    orvls_d_mlff_network(net, ORVLS_LINK_ALL, 0);
+    orvls_d_mlff_network_trainer(net, 40, 0, 2, NULL, x, y, ORVLS_STAGE_I, 5, 30, ORVLS_TOLERANCE, 1e-6,
+                                 ORVLS_RETURN_USER, stats, 0);
+    printf("\n== Feed-forward network ==\n");
+    printf("2-4-1 network, 40 rows: half error sum of squares %.3g (Stage I %.3g, Stage II %.3g)\n", stats[0],
+           stats[2], stats[4]);
+    forecasts = orvls_d_mlff_network_forecast(net, 3, 0, 2, NULL, fresh, 0);
+    for (i = 0; i < 3; ++i)
+        printf("x = (%.1f, %.1f): forecast %.4f, true %.4f\n", fresh[2 * i], fresh[2 * i + 1], forecasts[i],
+               fresh[2 * i] * fresh[2 * i + 1] + 0.5 * fresh[2 * i]);
+    orvls_free_allocated_memory(forecasts);
+    orvls_d_mlff_network_free(net);
+}
+
 int main(void)
 {
     printf("orvls tour\n");
@@ -150,5 +206,7 @@ int main(void)
     tour_statistics();
     tour_random();
     tour_sampling();
+    tour_contingency();
+    tour_network();
     return 0;
 }

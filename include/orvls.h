@@ -796,7 +796,10 @@ ORVLS_API double orvls_d_beta_inverse_cdf(double p, double pin, double qin);
  * unwritten.  Free the result with
  * orvls_free_allocated_memory; NULL after a fatal error.  x is transposed in
  * place during the call and restored before it returns (except after a
- * fatal error in the moment kernel): it must not be shared meanwhile. */
+ * fatal error in the moment kernel): it must not be shared meanwhile.
+ * A row length (ORVLS_X_COL_DIM, ORVLS_RETURN_COL_DIM) below n_variables is
+ * refused before x is read: type 5, code 600, naming the option's value and
+ * n_variables. */
 ORVLS_API float *orvls_f_simple_statistics(int64_t n_observations, int64_t n_variables, float *x, ...);
 ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_variables, double *x, ...);
 #define ORVLS_CONFIDENCE_MEANS         10880 /* double: percent confidence of rows 10, 11; default 95 */
@@ -813,6 +816,171 @@ ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_va
 #define ORVLS_MISSING_LISTWISE         18010 /* a row with any NaN is left out for all variables (default) */
 #define ORVLS_MISSING_ELEMENTWISE      18011 /* a NaN leaves out only that value */
 /* END STATISTICS */
+
+/* ---------------------------------------------------------------------- */
+/* BEGIN CATEGORICAL */
+/**
+ * @brief Asymptotic tests and measures of association of a two-way table.
+ *
+ * orvls_d_contingency_table(n_rows, n_columns, table, options..., 0)
+ * (float: orvls_f_).  Counts are rounded half away from zero before use.
+ * Degrees of freedom are (r - 1)(c - 1) over the rows and columns with a
+ * non-zero total.  p-values are 1 - the chi-squared distribution function.
+ *
+ * @param n_rows    number of rows r, at least 1.
+ * @param n_columns number of columns c, at least 1.
+ * @param table     r by c counts, row-major (row length ORVLS_TABLE_COL_DIM).
+ * @return the p-value of Pearson's chi-squared; NaN after a fatal error, or
+ *         when df is 0.
+ *
+ * Options: ORVLS_CHI_SQUARED, ORVLS_EXPECTED(_USER),
+ * ORVLS_CONTRIBUTIONS(_USER), ORVLS_CHI_SQUARED_STATS(_USER),
+ * ORVLS_MEASURES, ORVLS_TABLE_STATS(_USER), ORVLS_TABLE_COL_DIM,
+ * ORVLS_EXPECTED_COL_DIM, ORVLS_CONTRIBUTIONS_COL_DIM (below).
+ *
+ * The expected values and the contributions (O - E)^2 / E are r + 1 by
+ * c + 1 row-major tables: the last column holds the row sums, the last row
+ * the column sums, the corner the total (N, and chi-squared).  A cell with
+ * E = 0 contributes 0.
+ *
+ * The chi-squared statistics (10): 0 Pearson chi-squared, 1 its p-value,
+ * 2 df, 3 likelihood-ratio G^2, 4 its p-value, 5 phi = sqrt(chi2 / N),
+ * 6 chi2 / (N + chi2) (the square of Pearson's contingency coefficient),
+ * 7 Cramer's V = sqrt(chi2 / (N (min(r, c) - 1))), 8 the Mantel-Haenszel
+ * chi-squared of linear association (N - 1) R^2 with R the correlation of
+ * the row and column indices, 9 its p-value on 1 degree of freedom.
+ *
+ * The table statistics: 6 rows of (value, asymptotic standard error):
+ * 0 Goodman and Kruskal's gamma, 1 Kendall's tau-b, 2 Stuart's tau-c,
+ * 3 Somers' D with the row margins in its denominator ((P - Q) / (N^2 -
+ * sum r_i^2)), 4 Somers' D with the column margins, 5 Pearson's correlation
+ * of the row and column indices.  The measures (6 values): Goodman and
+ * Kruskal's lambda of the columns given the rows, of the rows given the
+ * columns, and symmetric; Theil's uncertainty coefficient of the columns
+ * given the rows, of the rows given the columns, and symmetric.
+ *
+ * Errors:
+ *  - type 5, 603: n_rows or n_columns below 1;
+ *  - type 5, 600: a _COL_DIM option below the row it describes;
+ *  - type 5, 11001: unknown option (code, position); 104: null _USER array;
+ *  - type 5, 11140: negative count (row, column, value), 11142: NaN count,
+ *    11143: counts beyond the 64-bit integers; 11141: total not positive;
+ *  - type 5, 200, 201: a result or work array cannot be allocated;
+ *  - type 3, 11145, 11146, 11147: more than 20 percent of the cells of the
+ *    non-zero rows and columns have an expected value below 5: df > 30
+ *    (11145), else some expected value below 1 (11146, integer 1 = 1 for a
+ *    value below 0.5, 2 otherwise), else 11147;
+ *  - type 6, 11135: a p-value with df 0 (integer 1 = its index above);
+ *  - type 6, 11148: statistics 5 to 9 without a value (one column or row
+ *    with counts, or no variation of the indices);
+ *  - type 6, 11149: gamma, tau-b, tau-c or a Somers' D with a zero
+ *    denominator (texts "Gamma", "Kendall", "Stuart", "Somer(row)",
+ *    "Somer(col)"); type 6, 11133: the correlation with a zero
+ *    denominator, 11132: a standard error without a value, 11131: a
+ *    measure without a value (integer 1 = the index).  The value is NaN.
+ */
+ORVLS_API float orvls_f_contingency_table(int64_t n_rows, int64_t n_columns, const float *table, ...);
+/** @copydoc orvls_f_contingency_table */
+ORVLS_API double orvls_d_contingency_table(int64_t n_rows, int64_t n_columns, const double *table, ...);
+#define ORVLS_CHI_SQUARED           10450 /**< real *df, real *chi_squared, real *p_value: Pearson's test */
+#define ORVLS_EXPECTED              10470 /**< real **: receives the allocated r + 1 by c + 1 expected values */
+#define ORVLS_EXPECTED_USER         10480 /**< real *: the caller's array for the expected values */
+#define ORVLS_CONTRIBUTIONS         10490 /**< real **: receives the allocated r + 1 by c + 1 contributions */
+#define ORVLS_CONTRIBUTIONS_USER    10500 /**< real *: the caller's array for the contributions */
+#define ORVLS_EXPECTED_COL_DIM      10510 /**< int: row length of the expected values; default c + 1 */
+#define ORVLS_CONTRIBUTIONS_COL_DIM 10520 /**< int: row length of the contributions; default c + 1 */
+#define ORVLS_CHI_SQUARED_STATS     11550 /**< real **: receives the 10 allocated chi-squared statistics */
+#define ORVLS_CHI_SQUARED_STATS_USER 11570 /**< real *: the caller's array for the 10 statistics */
+#define ORVLS_MEASURES              12880 /**< real **: receives the 6 allocated measures */
+#define ORVLS_TABLE_STATS           14780 /**< real **: receives the allocated 6 by 2 table statistics */
+#define ORVLS_TABLE_STATS_USER      14790 /**< real *: the caller's array for the 6 by 2 statistics */
+#define ORVLS_TABLE_COL_DIM         20630 /**< int: row length of the table of counts; default n_columns */
+
+/**
+ * @brief Fisher's exact test of an r by c table by the network algorithm.
+ *
+ * orvls_d_exact_network(n_rows, n_columns, table, options..., 0) (float:
+ * orvls_f_).  Counts are rounded half away from zero; the work goes on the
+ * table with rows <= columns (the caller's table is not changed).  Paths
+ * are merged when their log-probabilities differ by less than
+ * t = sqrt(orvls_dmach(4)), and tables whose log-probability is at most
+ * that of the observed table plus t count towards the p-value.  By default
+ * nodes that pass the hybrid limits are counted by their chi-squared
+ * approximation (ORVLS_NO_HYBRID for the exact value throughout).  The
+ * hash and node tables of attempt i hold factor1 * 10^(i-1) and
+ * factor2 * 10^(i-1) entries; an attempt whose tables fill is retried with
+ * larger ones, and the longest-path work grows as a node needs, so the
+ * memory in use follows what the table needs.
+ *
+ * @param n_rows    number of rows, at least 1.
+ * @param n_columns number of columns, at least 1.
+ * @param table     the counts, row-major (row length ORVLS_TABLE_COL_DIM).
+ * @return the p-value; 1 for a table of zeros; NaN after a fatal error.
+ *
+ * Options: ORVLS_PROB_TABLE, ORVLS_P_VALUE_ADR, ORVLS_WORKSPACE,
+ * ORVLS_HYBRID, ORVLS_HYBRID_ADR, ORVLS_NO_HYBRID, ORVLS_TABLE_COL_DIM.
+ *
+ * Errors:
+ *  - type 5, 603: n_rows, n_columns below 1, factor1 below 1, factor2
+ *    below 10, max_attempts below 1;
+ *  - type 5, 600: ORVLS_TABLE_COL_DIM below n_columns;
+ *  - type 5, 11001: unknown option; 104: a null address in an option;
+ *  - type 5, 11140, 11142, 11143: a negative, NaN or too large count (row,
+ *    column, value);
+ *  - type 6, 20542: the counts sum to 0; the outputs of the options are NaN;
+ *  - type 5, 201: log factorials or work ("sum of all cell counts");
+ *    203: the tables of an attempt (attempt, both sizes);
+ *  - type 3, 20544, 20545: the hash table (ldkey) or node table (ldstp) of
+ *    an attempt filled and the next attempt follows;
+ *  - type 4, 20541: every attempt filled its tables (max_attempts, last
+ *    ldkey); 20543: the margins' key multipliers overflow; 20546: a longest
+ *    path with more states than 64-bit keys number; 20547: a path count
+ *    beyond 64 bits; type 5, 200: the longest-path work cannot grow.
+ */
+ORVLS_API float orvls_f_exact_network(int64_t n_rows, int64_t n_columns, const float *table, ...);
+/** @copydoc orvls_f_exact_network */
+ORVLS_API double orvls_d_exact_network(int64_t n_rows, int64_t n_columns, const double *table, ...);
+#define ORVLS_PROB_TABLE  20610 /**< real *: receives the probability of the observed table */
+#define ORVLS_P_VALUE_ADR 20620 /**< real *: receives the p-value */
+/** int factor1, int factor2, int max_attempts, int64_t *n_attempts: table sizes
+ *  of the first attempt (default 100, 3000), attempts (default 10), and where
+ *  the attempts used are stored */
+#define ORVLS_WORKSPACE   20640
+/** double expect, double percent, double minimum: a node with smallest row
+ *  times smallest column over its total above minimum, and at least percent
+ *  of its cells with expected value at least expect, is counted by the
+ *  chi-squared approximation (default 5, 80, 1) */
+#define ORVLS_HYBRID      20650
+#define ORVLS_NO_HYBRID   20660 /**< exact computation throughout */
+#define ORVLS_HYBRID_ADR  20950 /**< real *expect, real *percent, real *minimum: ORVLS_HYBRID by address */
+
+/**
+ * @brief Fisher's exact test of a small r by c table by enumeration.
+ *
+ * orvls_d_exact_enumeration(n_rows, n_columns, table, options..., 0)
+ * (float: orvls_f_).  Visits every table with the observed margins; a
+ * table counts when its probability times 1 - 10000 orvls_dmach(4) is at
+ * most the observed one.  The work grows with the number of such tables:
+ * for small tables only.
+ *
+ * @param n_rows    number of rows, at least 1.
+ * @param n_columns number of columns, at least 1.
+ * @param table     the counts, row-major (row length ORVLS_TABLE_COL_DIM).
+ * @return the p-value; 1 for a table of zeros; NaN after a fatal error.
+ *
+ * Options: ORVLS_PROB_TABLE, ORVLS_P_VALUE_ADR, ORVLS_TABLE_COL_DIM and
+ * ORVLS_TABLE_COUNT.
+ *
+ * Errors: type 5, 603, 600, 11001, 104, 11140, 11142, 11143 as for
+ * orvls_d_exact_network; type 6, 20540: the counts sum to 0, the outputs of
+ * the options are NaN; type 5, 202: work (n_rows, n_columns); 201: log
+ * factorials ("sum of all cell counts").
+ */
+ORVLS_API float orvls_f_exact_enumeration(int64_t n_rows, int64_t n_columns, const float *table, ...);
+/** @copydoc orvls_f_exact_enumeration */
+ORVLS_API double orvls_d_exact_enumeration(int64_t n_rows, int64_t n_columns, const double *table, ...);
+#define ORVLS_TABLE_COUNT 20670 /**< int64_t *: receives the number of tables with the observed margins */
+/* END CATEGORICAL */
 
 /* ---------------------------------------------------------------------- */
 /* BEGIN KERNELS */
@@ -972,6 +1140,70 @@ ORVLS_API orvls_f_complex orvls_c_neg(orvls_f_complex a);
 ORVLS_API orvls_d_complex orvls_z_neg(orvls_d_complex a);
 ORVLS_API orvls_f_complex orvls_c_div(orvls_f_complex a, orvls_f_complex b);
 ORVLS_API orvls_d_complex orvls_z_div(orvls_d_complex a, orvls_d_complex b);
+/** Unconstrained minimisation of a smooth function of n variables.
+ *
+ * orvls_d_min_uncon_multivar(fcn, n, options..., 0) (float:
+ * orvls_f_min_uncon_multivar) minimises f(x) from a starting point by a
+ * quasi-Newton method: the BFGS update of an inverse Hessian, started as the
+ * identity and rescaled after the first step, and a backtracking line search
+ * (quadratic then cubic interpolation, sufficient decrease with factor 1e-4)
+ * whose steps never exceed max_step.  The gradient is the caller's when a
+ * gradient routine is given; otherwise it is taken by forward differences,
+ * and by central differences from the first step that they fail to improve.
+ * fcn(n, x, &f) stores f(x); it may be NULL when ORVLS_FCN_W_DATA is given.
+ * Returns the minimiser, n reals the caller frees (or the ORVLS_RETURN_USER
+ * array); NULL after a fatal error.
+ *
+ * Stopping, with s = max(|x_i|, 1) and t = max(|f(x)|, 1):
+ *  - the scaled gradient max |g_i| s_i / t is at most grad_tol: converged;
+ *  - the step predicted by the quadratic model lowers f by at most
+ *    rfcn_tol |f(x)|: converged, note 50064 (type 1);
+ *  - the last relative step max |dx_i| / s_i is at most step_tol while the
+ *    gradient is not small: warning 20131 (false convergence);
+ *  - the line search finds no lower point: warning 20129;
+ *  - five successive steps of length max_step: warning 20135;
+ *  - max_itn iterations (50057), max_fcn function evaluations (50058) or
+ *    max_grad gradient evaluations (50065): warnings.
+ * Warnings are type 3, and the point reached is returned with them.  The
+ * function evaluations counted against max_fcn are those outside gradient
+ * differences; each gradient, analytic or by differences, counts once
+ * against max_grad.
+ *
+ * Errors (type 5): 603 n or a limit below 1 (string 1 = its name, int 1 =
+ * the value, int 2 = 1); 150 no function given (string 1 = "fcn"); 608 a
+ * tolerance below 0 (string 1 = its name, real 1 = the value, real 2 = 0);
+ * 50059 max_step not above 0 (real 1 = the value); 104 a null
+ * ORVLS_RETURN_USER or ORVLS_FVALUE pointer; 11001 an unknown option; 200
+ * memory.
+ *
+ * Routines given through options, in the precision of the form called:
+ *  - ORVLS_GRAD: void grad(int64_t n, const real *x, real *g), storing the
+ *    n partial derivatives at x in g;
+ *  - ORVLS_FCN_W_DATA: void fcn(int64_t n, const real *x, real *f, void
+ *    *data), then the data pointer it receives;
+ *  - ORVLS_GRAD_W_DATA: void grad(int64_t n, const real *x, real *g, void
+ *    *data), then its data pointer.
+ * @param fcn the function, or NULL with ORVLS_FCN_W_DATA
+ * @param n the number of variables, at least 1 */
+ORVLS_API float *orvls_f_min_uncon_multivar(void (*fcn)(int64_t n, const float *x, float *f), int64_t n, ...);
+/** The double form of orvls_f_min_uncon_multivar, documented above. */
+ORVLS_API double *orvls_d_min_uncon_multivar(void (*fcn)(int64_t n, const double *x, double *f), int64_t n, ...);
+#define ORVLS_FVALUE          11890 /**< real *: receives f at the minimiser */
+#define ORVLS_GRAD            12060 /**< gradient routine of the precision, without data */
+#define ORVLS_GRAD_TOL        12070 /**< double: scaled gradient tolerance; default eps^(1/3) */
+#define ORVLS_GRAD_TOL_ADR    12080 /**< real *: the same by address */
+#define ORVLS_MAX_FCN         12940 /**< int: function evaluation limit; default 400 */
+#define ORVLS_MAX_GRAD        12950 /**< int: gradient evaluation limit; default 400 */
+#define ORVLS_MAX_ITN         12980 /**< int: iteration limit; default 100 */
+#define ORVLS_MAX_STEP        13070 /**< double: largest step; default 1000 max(|x0|, 1), Euclidean */
+#define ORVLS_MAX_STEP_ADR    13075 /**< real *: the same by address */
+#define ORVLS_REL_FCN_TOL     14170 /**< double: relative function tolerance; default max(1e-20 (float 1e-10), eps^(2/3)) */
+#define ORVLS_REL_FCN_TOL_ADR 14180 /**< real *: the same by address */
+#define ORVLS_STEP_TOL        14890 /**< double: scaled step tolerance; default eps^(2/3) */
+#define ORVLS_STEP_TOL_ADR    14900 /**< real *: the same by address */
+#define ORVLS_XGUESS          15430 /**< const real *: starting point, n reals; default 0 */
+#define ORVLS_FCN_W_DATA      25770 /**< function with data: routine, then void * handed to it */
+#define ORVLS_GRAD_W_DATA     25790 /**< gradient with data: routine, then void * handed to it */
 /* END KERNELS */
 
 /* ---------------------------------------------------------------------- */
@@ -1102,6 +1334,233 @@ ORVLS_API void orvls_wrtrl(const char *text, int64_t width);
 ORVLS_API void orvls_wrrrs(const char *title, float value);
 ORVLS_API void orvls_dwrrrs(const char *title, double value);
 /* END PRINTING */
+
+/* ---------------------------------------------------------------------- */
+/* BEGIN NEURAL */
+/** A layer of a feed-forward network. */
+typedef struct {
+    int64_t n_nodes; /**< nodes in this layer */
+    int64_t *nodes;  /**< their indices into the network's nodes, ascending and contiguous */
+} orvls_ff_layer;
+
+/** A node of a float network (orvls_d_ff_node: the same with double fields). */
+typedef struct {
+    int64_t layer_id;       /**< index of the layer that holds the node */
+    int64_t n_inLinks;      /**< length of inLinks */
+    int64_t n_outLinks;     /**< length of outLinks */
+    int64_t *inLinks;       /**< indices into links of the links that end here, in order of creation, or NULL */
+    int64_t *outLinks;      /**< indices into links of the links that start here, in order of creation, or NULL */
+    float gradient;         /**< gradient of the error with respect to the bias; 1 until trained */
+    float bias;             /**< bias weight; 0 until set */
+    int64_t activation_fcn; /**< 0 linear, 1 logistic, 2 hyperbolic tangent, 3 squash x / (1 + |x|) */
+} orvls_f_ff_node;
+
+/** A node of a double network. */
+typedef struct {
+    int64_t layer_id;       /**< index of the layer that holds the node */
+    int64_t n_inLinks;      /**< length of inLinks */
+    int64_t n_outLinks;     /**< length of outLinks */
+    int64_t *inLinks;       /**< indices into links of the links that end here, in order of creation, or NULL */
+    int64_t *outLinks;      /**< indices into links of the links that start here, in order of creation, or NULL */
+    double gradient;        /**< gradient of the error with respect to the bias; 1 until trained */
+    double bias;            /**< bias weight; 0 until set */
+    int64_t activation_fcn; /**< 0 linear, 1 logistic, 2 hyperbolic tangent, 3 squash x / (1 + |x|) */
+} orvls_d_ff_node;
+
+/** A link of a float network. */
+typedef struct {
+    float weight;      /**< 0 when created */
+    float gradient;    /**< 1 when created */
+    int64_t to_node;   /**< index of the receiving node; -1 while unset */
+    int64_t from_node; /**< index of the sending node; -1 while unset */
+} orvls_f_ff_link;
+
+/** A link of a double network. */
+typedef struct {
+    double weight;     /**< 0 when created */
+    double gradient;   /**< 1 when created */
+    int64_t to_node;   /**< index of the receiving node; -1 while unset */
+    int64_t from_node; /**< index of the sending node; -1 while unset */
+} orvls_d_ff_link;
+
+/** A float feed-forward network, owned by the caller from
+ * orvls_f_mlff_network_init to orvls_f_mlff_network_free. */
+typedef struct {
+    int64_t n_layers;        /**< layers, input and output included; 2 after init */
+    orvls_ff_layer *layers;  /**< layer 0 is the input layer, the last the output layer */
+    int64_t n_links;         /**< length of links */
+    int64_t next_link;       /**< index of the next free entry of links; n_links between calls */
+    orvls_f_ff_link *links;  /**< the link table; NULL until the first link exists */
+    int64_t n_nodes;         /**< all nodes, input nodes included */
+    orvls_f_ff_node *nodes;  /**< input layer first, then each hidden layer, output layer last */
+} orvls_f_ff_net;
+
+/** A double feed-forward network. */
+typedef struct {
+    int64_t n_layers;        /**< layers, input and output included; 2 after init */
+    orvls_ff_layer *layers;  /**< layer 0 is the input layer, the last the output layer */
+    int64_t n_links;         /**< length of links */
+    int64_t next_link;       /**< index of the next free entry of links; n_links between calls */
+    orvls_d_ff_link *links;  /**< the link table; NULL until the first link exists */
+    int64_t n_nodes;         /**< all nodes, input nodes included */
+    orvls_d_ff_node *nodes;  /**< input layer first, then each hidden layer, output layer last */
+} orvls_d_ff_net;
+
+/** A new network of n_inputs input nodes (0 to n_inputs - 1, linear) and
+ * n_outputs output nodes (n_inputs on, linear), two layers and no links;
+ * release it with orvls_f_mlff_network_free.  NULL after an error: 603 an
+ * argument below 1 (string 1 = its name, int 1 = the value, int 2 = 1), 200
+ * memory.
+ * @param n_inputs input nodes, at least 1
+ * @param n_outputs output nodes, at least 1 */
+ORVLS_API orvls_f_ff_net *orvls_f_mlff_network_init(int64_t n_inputs, int64_t n_outputs);
+/** The double form of orvls_f_mlff_network_init. */
+ORVLS_API orvls_d_ff_net *orvls_d_mlff_network_init(int64_t n_inputs, int64_t n_outputs);
+
+/** Shapes a network: orvls_f_mlff_network(ffnet, options..., 0).
+ *
+ * The options are read first and carried out in this order, whatever their
+ * order in the list: ORVLS_CREATE_HIDDEN_LAYER (a layer of logistic nodes
+ * inserted just ahead of the output layer; the output nodes move up and
+ * links made earlier keep their node numbers, so add layers before links),
+ * ORVLS_ACTIVATION_FCN, ORVLS_BIAS, ORVLS_LINK_ALL (each layer fully to the
+ * next, links grouped by sending node), ORVLS_LINK_LAYER, ORVLS_LINK_NODE,
+ * ORVLS_REMOVE_LINK, ORVLS_WEIGHTS, ORVLS_N_LINKS, ORVLS_PRINT_NETWORK (or
+ * ORVLS_PRINT).  An option given twice keeps its last values; at most one
+ * of the four link options per call.  The report goes to the thread's
+ * output stream under the output lock.
+ *
+ * Errors (type 5 unless told; a failed check ends the call, and what was
+ * done before it stays done): 150 ffnet NULL; 11001 unknown option; 11117
+ * more than one link option; 603 n_perceptrons below 1; 40097 layer_id, or
+ * the to layer, outside 1..n_layers-1; 40098 the from layer outside
+ * 0..n_layers-2; 40092 two nodes or layers in one layer; 40089 an
+ * activation code outside 0..3 (int 1 = position, int 2 = code); 602 a node
+ * of ORVLS_LINK_NODE out of range; 40091 a link ending at an input node;
+ * 40093 a link starting at an output node; 605 to below from; 40094 a node
+ * number of ORVLS_REMOVE_LINK outside 0..n_links-1 (node numbers are
+ * compared with the number of links); 40095 no such link; 40096 (type 6)
+ * the link exists already, nothing added; 200 memory.
+ * @param ffnet the network, changed in place */
+ORVLS_API void orvls_f_mlff_network(orvls_f_ff_net *ffnet, ...);
+/** The double form of orvls_f_mlff_network (reals in ORVLS_BIAS and ORVLS_WEIGHTS are double). */
+ORVLS_API void orvls_d_mlff_network(orvls_d_ff_net *ffnet, ...);
+#define ORVLS_CREATE_HIDDEN_LAYER 40600 /**< int n_perceptrons: adds a hidden layer */
+#define ORVLS_ACTIVATION_FCN      40601 /**< int64_t layer_id, const int64_t *codes: activations of a layer's nodes */
+#define ORVLS_BIAS                40602 /**< int layer_id, const real *: biases of a layer's nodes */
+#define ORVLS_LINK_ALL            40603 /**< links each layer fully to the next */
+#define ORVLS_LINK_NODE           40604 /**< int to, int from: one link between two nodes */
+#define ORVLS_LINK_LAYER          40605 /**< int to, int from: every node of layer from to every node of layer to */
+#define ORVLS_REMOVE_LINK         40606 /**< int to, int from: removes the link between two nodes */
+#define ORVLS_N_LINKS             40607 /**< int64_t *: receives n_links */
+#define ORVLS_PRINT_NETWORK       40608 /**< prints the network */
+#define ORVLS_WEIGHTS_USER        15401 /**< real *: the caller's array for the weights */
+
+/** Releases a network and everything it holds; NULL is accepted. */
+ORVLS_API void orvls_f_mlff_network_free(orvls_f_ff_net *ffnet);
+/** The double form of orvls_f_mlff_network_free. */
+ORVLS_API void orvls_d_mlff_network_free(orvls_d_ff_net *ffnet);
+
+/** Trains a network: orvls_f_mlff_network_trainer(ff_net, n_observations,
+ * n_categorical, n_continuous, categorical, continuous, output, options...,
+ * 0).  Network input k reads categorical column k (as a real) for k below
+ * n_categorical, else continuous column k - n_categorical; output holds the
+ * targets, one row per observation, one column per output node.  The error
+ * is half the sum of squared differences of forecast and target.
+ *
+ * The weight vector has n_links link weights, then the biases of the
+ * non-input nodes in node order.  Its entries are taken by position: the
+ * forward pass walks the non-input nodes in order and, in each, its
+ * in-links in list order, taking the next entry for each; entry i is read
+ * from and written back to links[i].weight.
+ *
+ * Stage I runs n_epochs quasi-Newton minimisations (orvls_f_min_uncon_multivar,
+ * with the analytic gradient), each on epoch_size observations drawn at
+ * random, from the initial weights plus uniform deviates in (-0.5, 0.5),
+ * and keeps the best; it ends early once the best error is below tolerance.
+ * With Stage II on, Stage I works to max_itn / 2 iterations and rfcn_tol / 2.
+ * Stage II, unless the Stage I error is at most tolerance, minimises over all
+ * observations from the best weights with gradients by differences, and
+ * replaces the result only when it is lower.  The optimiser's stopping
+ * notices (50057, 50058, 50064, 50065, 20129, 20131, 20135) are cleared.
+ * The random numbers come from the thread's stream: a seeded run repeats
+ * itself exactly.  On success the weights, biases and gradients are written
+ * back into the network.
+ *
+ * Returns 5 statistics (the caller frees them): 0 the final error, 1 the
+ * error evaluations of the last Stage I epoch, 2 the Stage I error, 3 the
+ * Stage II evaluations, 4 the Stage II error (NaN, or 0 for the counts, for
+ * a stage that did not run).  NULL after a type 5 error; arrays asked for
+ * are still stored.
+ *
+ * Errors (type 5 unless told): 150 ff_net NULL; 603 n_observations below 1,
+ * n_categorical or n_continuous below 0, n_epochs or epoch_size below 0,
+ * epoch_size above n_observations, max_itn or max_fcn below 1, and (in the
+ * engine) max_step, rfcn_tol or grad_tol not above 0; 608 max_step,
+ * rfcn_tol, grad_tol or tolerance below 0; 40085 the input columns do not
+ * match the input nodes; 40084 no epoch to run; 40087 a negative link count;
+ * 40088 an activation code outside 0..3; 40086 (type 3) an error sum that
+ * is not finite: the largest real is used and training goes on; 104 a NULL
+ * user array; 11001 unknown option; 200, 201 memory.
+ * @param ff_net the network, updated on success
+ * @param n_observations rows of data, at least 1
+ * @param n_categorical categorical inputs, at least 0
+ * @param n_continuous continuous inputs, at least 0
+ * @param categorical n_observations by n_categorical, row after row
+ * @param continuous n_observations by n_continuous, row after row
+ * @param output n_observations by the output nodes, row after row */
+ORVLS_API float *orvls_f_mlff_network_trainer(orvls_f_ff_net *ff_net, int64_t n_observations, int64_t n_categorical,
+                                              int64_t n_continuous, const int64_t *categorical, const float *continuous,
+                                              const float *output, ...);
+/** The double form of orvls_f_mlff_network_trainer. */
+ORVLS_API double *orvls_d_mlff_network_trainer(orvls_d_ff_net *ff_net, int64_t n_observations, int64_t n_categorical,
+                                               int64_t n_continuous, const int64_t *categorical,
+                                               const double *continuous, const double *output, ...);
+#define ORVLS_STAGE_I         40609 /**< int n_epochs, int epoch_size; default 15 and n_observations */
+#define ORVLS_NO_STAGE_II     40610 /**< leaves Stage II out */
+#define ORVLS_TOLERANCE       15040 /**< double: error at which Stage I counts as converged; default 0.1 */
+#define ORVLS_TOLERANCE_ADR   15050 /**< real *: the same by address */
+#define ORVLS_PRINT           13900 /**< prints the training report (and, to orvls_f_mlff_network, the network) */
+#define ORVLS_GRADIENT        12050 /**< real **: receives the gradient at the final weights, n_nodes + n_links long */
+#define ORVLS_GRADIENT_USER   12051 /**< real *: the caller's array of n_weights for the gradient */
+#define ORVLS_FORECASTS       25730 /**< real **: receives the forecasts, one row per observation */
+#define ORVLS_FORECASTS_USER  25740 /**< real *: the caller's array for the forecasts */
+#define ORVLS_RESIDUALS       14190 /**< real **: receives forecast minus target, one row per observation */
+#define ORVLS_RESIDUALS_USER  14220 /**< real *: the caller's array for the residuals */
+
+/** Forecasts of a network for new rows:
+ * orvls_f_mlff_network_forecast(ff_net, n_observations, n_categorical,
+ * n_continuous, categorical, continuous, options..., 0).  Each row passes
+ * through the forward pass of the trainer, with the network's link weights
+ * taken by position as the trainer takes them and its biases.  Returns
+ * n_observations rows of one forecast per output node, which the caller
+ * frees (or the ORVLS_RETURN_USER array); NULL after an error.  Options:
+ * ORVLS_RETURN_USER, ORVLS_RETURN_COL_DIM (row length of the result;
+ * default the output count), ORVLS_CATEGORICAL_COL_DIM and
+ * ORVLS_CONTINUOUS_COL_DIM.
+ *
+ * Errors (type 5): 150 ff_net NULL; 603 n_observations below 1,
+ * n_categorical or n_continuous below 0; 40085 the input columns do not
+ * match the input nodes; 40088 an activation code outside 0..3; 600 a row
+ * length below its row (int 1, string 1 = the row length and its option,
+ * int 2, string 2 = the extent); 104 a NULL user array; 11001 unknown
+ * option; 200 memory.
+ * @param ff_net a network, usually trained
+ * @param n_observations rows to forecast, at least 1
+ * @param n_categorical categorical inputs, at least 0
+ * @param n_continuous continuous inputs, at least 0
+ * @param categorical n_observations rows of n_categorical, row-major
+ * @param continuous n_observations rows of n_continuous, row-major */
+ORVLS_API float *orvls_f_mlff_network_forecast(const orvls_f_ff_net *ff_net, int64_t n_observations,
+                                               int64_t n_categorical, int64_t n_continuous,
+                                               const int64_t *categorical, const float *continuous, ...);
+/** The double form of orvls_f_mlff_network_forecast. */
+ORVLS_API double *orvls_d_mlff_network_forecast(const orvls_d_ff_net *ff_net, int64_t n_observations,
+                                                int64_t n_categorical, int64_t n_continuous,
+                                                const int64_t *categorical, const double *continuous, ...);
+#define ORVLS_CATEGORICAL_COL_DIM 10570 /**< int: row length of categorical; default n_categorical */
+#define ORVLS_CONTINUOUS_COL_DIM  10970 /**< int: row length of continuous; default n_continuous */
+/* END NEURAL */
 
 #ifdef __cplusplus
 }

@@ -41,15 +41,6 @@ struct Settings {
     }
 };
 
-// A pointer option that must not be null (104).
-template <class T>
-T non_null(OptionReader& options, const char* argument, const char* option)
-{
-    T pointer = options.pointer<T>();
-    refuse_null_user(pointer, argument, option);
-    return pointer;
-}
-
 template <class Real>
 void read_options(OptionReader& options, Settings<Real>& settings, ExclusiveOptions& median_options)
 {
@@ -61,9 +52,11 @@ void read_options(OptionReader& options, Settings<Real>& settings, ExclusiveOpti
         case ORVLS_CONFIDENCE_VARIANCES: settings.variance_confidence = static_cast<Real>(options.real()); break;
         case ORVLS_CONFIDENCE_VARIANCES_ADR: settings.variance_confidence = options.real_address<Real>(); break;
         case ORVLS_FREQUENCIES:
-            settings.frequencies = non_null<const Real*>(options, "frequencies", "ORVLS_FREQUENCIES");
+            settings.frequencies = non_null_pointer<const Real*>(options, "frequencies", "ORVLS_FREQUENCIES");
             break;
-        case ORVLS_WEIGHTS: settings.weights = non_null<const Real*>(options, "weights", "ORVLS_WEIGHTS"); break;
+        case ORVLS_WEIGHTS:
+            settings.weights = non_null_pointer<const Real*>(options, "weights", "ORVLS_WEIGHTS");
+            break;
         case ORVLS_MEDIAN:
             median_options.seen();
             settings.median_rows = 1;
@@ -72,7 +65,9 @@ void read_options(OptionReader& options, Settings<Real>& settings, ExclusiveOpti
             median_options.seen();
             settings.median_rows = 3;
             break;
-        case ORVLS_RETURN_USER: settings.user_result = non_null<Real*>(options, "result", "ORVLS_RETURN_USER"); break;
+        case ORVLS_RETURN_USER:
+            settings.user_result = non_null_pointer<Real*>(options, "result", "ORVLS_RETURN_USER");
+            break;
         case ORVLS_RETURN_COL_DIM: settings.result_col_dim = options.integer(); break;
         case ORVLS_X_COL_DIM: settings.x_col_dim = options.integer(); break;
         case ORVLS_MISSING_LISTWISE: settings.missing_mode = 0; break;
@@ -273,6 +268,8 @@ Real* simple_statistics(int64_t n_observations, int64_t n_variables, Real* x, Op
     int64_t checks = 0;
     orvls_check_range(n_variables, "n_variables", 1, -1, &checks);
     orvls_check_range(n_observations, "n_observations", 1, -1, &checks);
+    orvls_check_col_dim(settings.x_col_dim, "x_col_dim", n_variables, "n_variables");
+    orvls_check_col_dim(settings.result_col_dim, "return_col_dim", n_variables, "n_variables");
     median_options.report();
     if (orvls_n1rty(0) > 0)
         return nullptr;

@@ -34,6 +34,13 @@ public:
     WorkArray(const WorkArray&) = delete;
     WorkArray& operator=(const WorkArray&) = delete;
 
+    // Frees what it holds and allocates n elements afresh; false on failure.
+    bool reset(std::size_t n)
+    {
+        std::free(data_);
+        data_ = allocate<T>(n);
+        return data_ != nullptr;
+    }
     bool ok() const { return data_ != nullptr; }
     T* get() const { return data_; }
     T& operator[](std::size_t i) const { return data_[i]; }

@@ -80,4 +80,13 @@ private:
 // name and the option's text.  True when refused.
 bool refuse_null_user(const void* array, const char* argument, const char* option);
 
+// Reads a pointer option that must not be null, refusing a null one as above.
+template <class T>
+T non_null_pointer(OptionReader& options, const char* argument, const char* option)
+{
+    T pointer = options.pointer<T>();
+    refuse_null_user(pointer, argument, option);
+    return pointer;
+}
+
 }  // namespace orvls

@@ -55,7 +55,7 @@ private:
 
 // A per-thread record of type T, zeroed on first use, stored under its key
 // and then given its defaults by T::initialise; freed at thread end by T::destroy when T has one, else
-// by free.  Each record type owns one key made under its own once flag.
+// by free (never called with null).  Each record type owns one key made under its own once flag.
 // Returns null when the key or the record cannot be made; callers report
 // that as type 5, code 200.
 template <class T>
@@ -64,22 +64,32 @@ public:
     static T* get()
     {
         orvls_once(&flag_, make_key);
-        if (key_ == 0)
+        const TsdKey key = key_.load(std::memory_order_relaxed);
+        if (key == 0)
             return nullptr;
-        if (void* value = orvls_tsd_get(key_))
+        if (void* value = orvls_tsd_get(key))
             return static_cast<T*>(value);
-        return create();
+        return create(key);
     }
 
-    // The record if this thread has one; never allocates.
-    static T* peek() { return key_ == 0 ? nullptr : static_cast<T*>(orvls_tsd_get(key_)); }
+    // The record if this thread has one; never allocates.  The key may be
+    // made meanwhile on another thread, hence the atomic read.
+    static T* peek()
+    {
+        const TsdKey key = key_.load(std::memory_order_acquire);
+        return key == 0 ? nullptr : static_cast<T*>(orvls_tsd_get(key));
+    }
 
 private:
     static inline OnceFlag flag_{0};
-    static inline TsdKey key_ = 0;
+    static inline std::atomic<TsdKey> key_{0};
 
+    // The thread-end path hands every key's destructor its slot, also one
+    // this thread never filled: an empty slot has nothing to free.
     static void destroy(void* value)
     {
+        if (value == nullptr)
+            return;
         if constexpr (requires { T::destroy(value); })
             T::destroy(value);
         else
@@ -90,15 +100,15 @@ private:
     {
         TsdKey key = 0;
         if (orvls_tsd_key_create(&key, destroy) == 0)
-            key_ = key;
+            key_.store(key, std::memory_order_release);
     }
 
-    static T* create()
+    static T* create(TsdKey key)
     {
         T* record = static_cast<T*>(orvls_calloc(1, sizeof(T)));
         if (record == nullptr)
             return nullptr;
-        orvls_tsd_set(key_, record);
+        orvls_tsd_set(key, record);
         if constexpr (requires(T& r) { T::initialise(r); })
             T::initialise(*record);
         return record;

@@ -49,6 +49,8 @@ void RandomState::initialise(RandomState& state)
 void RandomState::destroy(void* record)
 {
     auto* state = static_cast<RandomState*>(record);
+    if (state == nullptr)
+        return;
     std::free(state->mt32_state);
     std::free(state->mt64_state);
     std::free(state);
