@@ -43,7 +43,8 @@ inline R envelope(const char* name, R failure, Worker&& worker)
     push(block, name);
     volatile R result = failure;
     if (block->current_type[0] == 0) {
-        if (signal_trapping.load(std::memory_order_relaxed) == 0 || block->guard_depth >= kGuardLevels)
+        // A routine called inside a guarded call runs under that call's guard.
+        if (signal_trapping.load(std::memory_order_relaxed) == 0 || block->guard_depth > 0)
             result = worker();
         else
             run_guarded(block, result, worker);

@@ -11,17 +11,14 @@ using namespace special;
 
 namespace {
 
-// Finds the three term counts of the family (erf, erfc beyond 2, erfc on (1, 2]).
+// The three term counts of the family (erf, erfc beyond 2, erfc on (1, 2]),
+// the lengths orvls_initds finds for the tolerance, found at compile time.
 template <class Real>
 void find_term_counts(int64_t counts[3])
 {
-    const Real eta = kSeriesTolerance<Real>;
-    const auto& t = Tables<Real>::erfcs;
-    const auto& cc = Tables<Real>::erfccs;
-    const auto& c2 = Tables<Real>::erc2cs;
-    counts[0] = orvls_initds(t.data(), int64_t(t.terms.size()), eta);
-    counts[1] = orvls_initds(cc.data(), int64_t(cc.terms.size()), eta);
-    counts[2] = orvls_initds(c2.data(), int64_t(c2.terms.size()), eta);
+    counts[0] = Tables<Real>::erfcs.length;
+    counts[1] = Tables<Real>::erfccs.length;
+    counts[2] = Tables<Real>::erc2cs.length;
 }
 
 // The calling thread's term counts, found on first use; null (type 5,
@@ -136,7 +133,8 @@ Real l_erfce(Real x, int64_t counts[3])
 template <class Real>
 Real erfc_inverse_value(Real x)
 {
-    int64_t counts[3] = {0, 0, 0};  // l_erfce's, shared by the Newton rounds
+    int64_t counts[3];  // l_erfce's, shared by the Newton rounds
+    find_term_counts<Real>(counts);
     if (x <= 0 || x >= 2) {
         orvls_e1stl(1, "x");
         raise_error(4, 120, {0.0, 2.0, double(x)});
