@@ -33,6 +33,17 @@ inline void run_guarded(ErrorBlock* block, volatile R& result, Worker& worker)
     orvls_signal_guard(existing_error_block(), 0);
 }
 
+// Runs `body` as a named level of the error stack: errors it raises are
+// recorded against `name` and passed on at the pop.
+template <class Body>
+inline auto within(const char* name, Body&& body)
+{
+    push(orvls_error_block(), name);
+    const auto value = body();
+    pop(existing_error_block(), name);
+    return value;
+}
+
 // Runs `worker` (which returns R) as the public routine `name`; returns
 // `failure` when the worker does not run or a trapped signal ends it.  The
 // jump buffer lives in a frame that stays alive while the worker runs.

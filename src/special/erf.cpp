@@ -2,6 +2,7 @@
 // inverse of erfc.
 #include <cmath>
 
+#include "frame/envelope.h"
 #include "special/common.h"
 #include "special/special.h"
 
@@ -165,36 +166,23 @@ Real erfc_inverse_value(Real x)
 
 // ---- Public routines: the body runs between the push and the pop ----------
 
-namespace {
-
-template <class Real, class Body>
-Real run_named(const char* name, Body body)
-{
-    orvls_e1psh(name);
-    const Real value = body();
-    orvls_e1pop(name);
-    return value;
-}
-
-}  // namespace
-
 template <class Real>
 Real erf_routine(Real x)
 {
-    return run_named<Real>(public_name<Real>("orvls_f_erf", "orvls_d_erf"), [&] { return erf_value(x); });
+    return within(public_name<Real>("orvls_f_erf", "orvls_d_erf"), [&] { return erf_value(x); });
 }
 
 template <class Real>
 Real erfc_routine(Real x)
 {
-    return run_named<Real>(public_name<Real>("orvls_f_erfc", "orvls_d_erfc"), [&] { return erfc_value(x); });
+    return within(public_name<Real>("orvls_f_erfc", "orvls_d_erfc"), [&] { return erfc_value(x); });
 }
 
 template <class Real>
 Real erfc_inverse_routine(Real x)
 {
-    return run_named<Real>(public_name<Real>("orvls_f_erfc_inverse", "orvls_d_erfc_inverse"),
-                           [&] { return erfc_inverse_value(x); });
+    return within(public_name<Real>("orvls_f_erfc_inverse", "orvls_d_erfc_inverse"),
+                  [&] { return erfc_inverse_value(x); });
 }
 
 #define ORVLS_SPECIAL_ERF_FORMS(Real)                     \

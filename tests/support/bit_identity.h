@@ -150,19 +150,38 @@ inline std::string bits_text(double value)
     return text;
 }
 
-// Every report printed, with a full traceback, into the capture; nothing stops.
-inline void report_everything()
-{
-    for (int type = 1; type <= 7; ++type)
-        orvls_error_options(ORVLS_SET_PRINT, type, 1, ORVLS_SET_TRACEBACK, type, 1, ORVLS_SET_STOP, type, 0, 0);
-    orvls_error_options(ORVLS_FULL_TRACEBACK, 1, 0);
-}
+// While it stands, every report is printed with a full traceback and
+// nothing stops; the thread's settings are restored after.
+class ReportEverything {
+public:
+    ReportEverything()
+    {
+        for (int type = 1; type <= 7; ++type) {
+            orvls_error_options(ORVLS_GET_PRINT, type, &print_[type], ORVLS_GET_TRACEBACK, type, &trace_[type],
+                                ORVLS_GET_STOP, type, &stop_[type], 0);
+            orvls_error_options(ORVLS_SET_PRINT, type, 1, ORVLS_SET_TRACEBACK, type, 1, ORVLS_SET_STOP, type, 0, 0);
+        }
+        orvls_error_options(ORVLS_FULL_TRACEBACK, 1, 0);
+    }
+    ~ReportEverything()
+    {
+        for (int type = 1; type <= 7; ++type)
+            orvls_error_options(ORVLS_SET_PRINT, type, int(print_[type]), ORVLS_SET_TRACEBACK, type, int(trace_[type]),
+                                ORVLS_SET_STOP, type, int(stop_[type]), 0);
+        orvls_error_options(ORVLS_FULL_TRACEBACK, 0, 0);
+    }
+    ReportEverything(const ReportEverything&) = delete;
+    ReportEverything& operator=(const ReportEverything&) = delete;
+
+private:
+    int64_t print_[8] = {}, trace_[8] = {}, stop_[8] = {};
+};
 
 template <class Real>
 Fingerprint fingerprint(const Subject& subject)
 {
     ErrorCapture capture;
-    report_everything();
+    const ReportEverything settings;
     Fingerprint print;
     Random random;
     Hash hash;
