@@ -165,6 +165,78 @@ static void tour_sampling(void)
     printf("\n");
 }
 
+/* The regressors of a linear model with a class variable: six plots, the
+ * fertiliser (1, 2 or 3) and its dose, coded to sum to zero, with the
+ * fertiliser by dose interaction. */
+static void tour_regressors(void)
+{
+    double plots[6 * 2] = {1, 2.0, 2, 1.5, 3, 3.0, 1, 2.5, 2, 1.0, 3, 0.5};
+    const int64_t n_var_effects[3] = {1, 1, 2}, indices_effects[4] = {0, 1, 0, 1};
+    const char *labels[] = {"fert 1", "fert 2", "dose", "f1 x dose", "f2 x dose"};
+    double *regressors = NULL;
+    int64_t n_regressors;
+    printf("\n== Regressors of a linear model ==\n");
+    fflush(stdout);
+    n_regressors = orvls_d_regressors_for_glm(6, plots, 1, 1, ORVLS_DUMMY_METHOD, 3, ORVLS_INDICES_EFFECTS, 3,
+                                              n_var_effects, indices_effects, ORVLS_REGRESSORS, &regressors, 0);
+    orvls_d_write_matrix("Fertiliser, dose and their interaction", 6, n_regressors, regressors, ORVLS_COL_LABELS,
+                         labels, 0);
+    orvls_free_allocated_memory(regressors);
+}
+
+/* A linear model: crop yield on the variety grown (1, 2 or 3, a class
+ * variable coded against the last variety) and the nitrogen given.  The
+ * coefficients and the analysis-of-variance table of the fit. */
+static void tour_regression(void)
+{
+    const char *terms[] = {"intercept", "variety 1", "variety 2", "nitrogen"};
+    const char *places[] = {"model df", "error df", "total df", "model SS", "error SS", "total SS", "model MS",
+                            "error MS", "F", "prob > F", "R-squared %", "adj. R-sq. %", "error s.d.", "mean",
+                            "coef. var. %"};
+    /* variety, nitrogen */
+    double plots[12 * 2] = {1, 0, 1, 40, 1, 80, 1, 120, 2, 0, 2, 40, 2, 80, 2, 120, 3, 0, 3, 40, 3, 80, 3, 120};
+    double yields[12] = {3.1, 4.0, 4.6, 5.2, 3.6, 4.4, 5.3, 5.8, 2.8, 3.5, 4.3, 4.7};
+    double *design = NULL, *anova = NULL, *coefficients;
+    int64_t n_regressors;
+    printf("\n== Linear regression ==\n");
+    fflush(stdout);
+    n_regressors = orvls_d_regressors_for_glm(12, plots, 1, 1, ORVLS_DUMMY_METHOD, 2, ORVLS_REGRESSORS, &design, 0);
+    coefficients = orvls_d_regression(12, n_regressors, design, yields, ORVLS_ANOVA_TABLE, &anova, 0);
+    orvls_d_write_matrix("Coefficients", 1, n_regressors + 1, coefficients, ORVLS_COL_LABELS, terms, 0);
+    orvls_d_write_matrix("Analysis of variance", 15, 1, anova, ORVLS_ROW_LABELS, places, ORVLS_COL_STYLE_0, 0);
+    orvls_free_allocated_memory(design);
+    orvls_free_allocated_memory(coefficients);
+    orvls_free_allocated_memory(anova);
+}
+
+/* A Kalman filter of a local level observed with noise: at each time point
+ * the measurement update (none for the missing fourth observation) gives the
+ * filtered level, and a call with the transition and the noise carries it to
+ * the next; the log-likelihood comes from the sums the filter keeps, with
+ * the scale known. */
+static void tour_kalman(void)
+{
+    const double y[8] = {4.4, 4.0, 3.5, 0.0, 4.6, 5.2, 4.9, 5.8};
+    const double z = 1, r = 1, t = 1, q = 0.25;
+    double level = 0, level_var = 100, ss = 0, log_det = 0;
+    int64_t n_rank = 0;
+    int k;
+    printf("\n== Kalman filter ==\n");
+    printf("%4s %8s %10s %10s\n", "t", "y", "level", "variance");
+    for (k = 0; k < 8; ++k) {
+        if (k != 3)
+            orvls_d_kalman(1, &level, &level_var, &n_rank, &ss, &log_det, ORVLS_MEASUREMENT, 1, &y[k], &z, &r, 0);
+        if (k == 3)
+            printf("%4d %8s %10.4f %10.4f\n", k + 1, "missing", level, level_var);
+        else
+            printf("%4d %8.2f %10.4f %10.4f\n", k + 1, y[k], level, level_var);
+        /* The state carried to the next time point. */
+        orvls_d_kalman(1, &level, &level_var, &n_rank, &ss, &log_det, ORVLS_TRANSITION, &t, ORVLS_STATE_NOISE, &q, 0);
+    }
+    printf("observations used %lld, log-likelihood %.6f\n", (long long)n_rank,
+           -0.5 * ((double)n_rank * 1.8378770664093454836 /* log(2 pi) */ + ss + log_det));
+}
+
 /* A feed-forward network: 2 inputs, 4 logistic hidden nodes and a linear
  * output, trained on a seeded sample of y = x1 x2 + x1 / 2, then asked for a
  * few forecasts. */
@@ -206,6 +278,9 @@ int main(void)
     tour_statistics();
     tour_random();
     tour_sampling();
+    tour_regressors();
+    tour_regression();
+    tour_kalman();
     tour_contingency();
     tour_network();
     return 0;

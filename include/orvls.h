@@ -751,29 +751,83 @@ ORVLS_API double orvls_d_normal_inverse_cdf(double p);
 /* P(X <= x, Y <= y) for standard normals with correlation rho, |rho| <= 1. */
 ORVLS_API float orvls_f_bivariate_normal_cdf(float x, float y, float rho);
 ORVLS_API double orvls_d_bivariate_normal_cdf(double x, double y, double rho);
-/* Student's t with df >= 1 degrees of freedom (not necessarily whole). */
+/** Student's t with df >= 1 degrees of freedom (not necessarily whole):
+ * P(T <= t), by Hill's method.  Exact (the incomplete beta function) for
+ * t^2 >= df, and by finite sums for whole df below 20; otherwise (df not
+ * whole, or df >= 20) a normal approximation.  Its lower tail (t < 0) has a
+ * relative error of at most 1.6% at df = 1.25, 0.62% at 1.5, 3.6e-4 at 2.5,
+ * 4.5e-5 at 3.5, 2.5e-6 at 5.5, 5.4e-8 at 10.5 and 1.2e-8 from 20 on; the
+ * absolute error is at most 3.4e-3 (df = 1.25).  It gives 0 where the true
+ * tail lies below about 1e-78, and above 1/2 it is 1 less the tail, so
+ * accurate in absolute terms only.  (Measured with tools/measure_limits.py.) */
 ORVLS_API float orvls_f_t_cdf(float t, float df);
 ORVLS_API double orvls_d_t_cdf(double t, double df);
+/** The t with P(T <= t) = p, 0 < p < 1, by Hill's inverse: exact for
+ * df = 2, the cotangent with pi/2 taken as 1.570796 for df = 1 (relative
+ * error up to 1.0e-5), the beta inverse below for 1 < df < 2, and for
+ * df > 2 a rational approximation with a relative error of at most 2.1e-4
+ * (at df = 2.25, p = 0.2), smaller as df grows. */
 ORVLS_API float orvls_f_t_inverse(float p, float df);
 ORVLS_API double orvls_d_t_inverse(double p, double df);
-/* Chi-squared with df >= 0.5 degrees of freedom. */
+/** Chi-squared with df >= 0.5 degrees of freedom: P(X <= chi_squared).
+ * Up to 65 degrees of freedom a series or an asymptotic expansion, which
+ * give 0 for chi_squared <= 1e-12 (and for 25 < df <= 65 below 2) and 1
+ * above 200.  Above 65 degrees of freedom the Wilson-Hilferty normal
+ * approximation, which is poor in the lower tail.  Measured over df 66 to
+ * 1e5 (worst near 66), its relative error where the true value P is about
+ * 1e-1 is 8.8e-4; 1e-2: 5.0e-3; 1e-3: 2.6%; 1e-4: 4.7%; 1e-6: 15%; 1e-8:
+ * 41%; 1e-10: 85%; 1e-12: 137%; further out the value is wrong by factors
+ * (4.7 at 1e-16, 84 at 1e-24, 1e16 at 1e-95).  In the upper tail 1 - P is
+ * off by up to 12% (df = 70), and 1 is returned once z > 5, where 1 - P is
+ * up to 2.9e-7.  The absolute error is at most 1.7e-4.  It gives 0 for
+ * chi_squared < 2 (the true value is then below 1.8e-39) and, with alert
+ * 9019, where the normal deviate falls below -18.8055.  (Measured with
+ * tools/measure_limits.py.) */
 ORVLS_API float orvls_f_chi_squared_cdf(float chi_squared, float df);
 ORVLS_API double orvls_d_chi_squared_cdf(double chi_squared, double df);
+/** The chi_squared with P(X <= chi_squared) = p, 0 < p < 1: the point
+ * where the distribution function above crosses p, so above 65 degrees of
+ * freedom the root of the Wilson-Hilferty form, with a relative error up to
+ * 0.85% for 1e-6 <= p <= 1 - 1e-6 and 3.9% at p = 1e-12 (df = 66). */
 ORVLS_API float orvls_f_chi_squared_inverse_cdf(float p, float df);
 ORVLS_API double orvls_d_chi_squared_inverse_cdf(double p, double df);
 /* F with positive numerator and denominator degrees of freedom. */
 ORVLS_API float orvls_f_F_cdf(float f, float df_numerator, float df_denominator);
 ORVLS_API double orvls_d_F_cdf(double f, double df_numerator, double df_denominator);
+/** The f with P(F <= f) = p, 0 < p < 1, through the beta inverse below,
+ * whose accuracy it shares. */
 ORVLS_API float orvls_f_F_inverse_cdf(float p, float df_numerator, float df_denominator);
 ORVLS_API double orvls_d_F_inverse_cdf(double p, double df_numerator, double df_denominator);
 /* Gamma with shape a > 0 and unit scale. */
 ORVLS_API float orvls_f_gamma_cdf(float x, float a);
 ORVLS_API double orvls_d_gamma_cdf(double x, double a);
+/** The x with P(X <= x) = p, 0 < p < 1: a bracket from a starting point,
+ * then at most 100 rounds of refinement; where it converges the relative
+ * error is below 1e-14.  For small p with a small shape, where the
+ * quantile is tiny, the 100 rounds can run out: fatal error 11105 (type 4),
+ * and the value returned is then meaningless, at times negative (-0.28 for
+ * p = 1e-10, a = 0.05).  Measured, it is refused for p up to 0.5 with
+ * a = 0.01, up to 0.05 with a = 0.05, 0.016 with a = 0.1, 8.9e-4 with
+ * a = 0.25, 8.9e-6 with a = 0.5, 5e-8 with a = 1, 1.6e-11 with a = 2 and
+ * 5e-15 with a = 3, though not at every p below; from a = 5 on, never for
+ * p >= 5e-17.  Test orvls_n1rty(1) before using the value.  (Measured with
+ * tools/measure_limits.py.) */
 ORVLS_API float orvls_f_gamma_inverse_cdf(float p, float a);
 ORVLS_API double orvls_d_gamma_inverse_cdf(double p, double a);
 /* Beta with shapes pin > 0 and qin > 0. */
 ORVLS_API float orvls_f_beta_cdf(float x, float pin, float qin);
 ORVLS_API double orvls_d_beta_cdf(double x, double pin, double qin);
+/** The x with P(X <= x) = p, 0 < p < 1: bisection when both shapes exceed
+ * 1 and are within a factor 10, then Newton steps on the log of the
+ * incomplete beta function, whose ratio comes from a continued fraction
+ * cut after max(s x - P, 0) + 0.7 (log(P + Q + 15))^2 terms.  When a shape
+ * is well below 1 that cut leaves the steps converging to a point off the
+ * root, with no warning: relative errors of 3.7% (p = 0.75, pin = 0.1,
+ * qin = 5), 2.9e-4 (p = 0.25, pin = 5, qin = 0.1), 8.4e-5 (p = 0.75,
+ * pin = 0.25, qin = 50); with both shapes at least 1/2 they stay below
+ * 4.2e-6, and with both at least 1 below 1e-9.  Warning 9047 (type 3)
+ * when 100 steps do not converge; the value then stood within 1e-13 on
+ * every point measured.  (Measured with tools/measure_limits.py.) */
 ORVLS_API float orvls_f_beta_inverse_cdf(float p, float pin, float qin);
 ORVLS_API double orvls_d_beta_inverse_cdf(double p, double pin, double qin);
 /* END DISTRIBUTIONS */
@@ -818,6 +872,360 @@ ORVLS_API double *orvls_d_simple_statistics(int64_t n_observations, int64_t n_va
 /* END STATISTICS */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN REGRESSORS */
+/**
+ * @brief Regressors of a general linear model from a table with class variables.
+ *
+ * orvls_d_regressors_for_glm(n_observations, x, n_class, n_cont, options..., 0)
+ * (float: orvls_f_regressors_for_glm) turns a table whose columns are class
+ * (categorical) variables and continuous variables into the regressor
+ * matrix of a linear model, one row per observation.  The intercept is
+ * never among the regressors.
+ *
+ * The model is a list of effects, each a list of one or more columns of x.
+ * An effect with no class column yields one regressor, the product of its
+ * columns (a continuous column listed twice is its square).  An effect with
+ * class columns yields, for each combination of their coded classes, the
+ * product of their dummy codes and of its continuous columns; the last
+ * column listed varies fastest.  A class variable with c distinct values
+ * codes as c columns (dummy method 1: 1 in the column of its class), or as
+ * c - 1 columns (method 2: the last class all 0; method 3, sum to zero: the
+ * last class all -1).  Classes are the distinct values of the column,
+ * ascending, compared exactly; a class variable with a single value yields
+ * no column under methods 2 and 3, nor does any effect that holds it.  An
+ * effect with a NaN in one of its columns is NaN across all its regressors
+ * in that row; the other effects of the row stand.
+ *
+ * Without ORVLS_INDICES_EFFECTS the model is generated over the columns 0 to
+ * n_class + n_cont - 1: order 1 has each variable alone; order 2 adds the
+ * square of each one that is not a class variable, ascending, then each
+ * pair (i, j), i < j, ascending (x1, x2, x1*x1, x2*x2, x1*x2 for two
+ * continuous variables).
+ *
+ * x is transposed in place during the call and restored before it returns,
+ * on every path: it must not be read or shared meanwhile.
+ *
+ * @param n_observations rows of x, at least 1.
+ * @param x the table, row-major, n_observations rows of x_col_dim values;
+ *        by default the first n_class columns are the class variables and
+ *        the next n_cont the continuous ones.
+ * @param n_class number of class variables, at least 0.
+ * @param n_cont number of continuous variables, at least 0.
+ * @param ... options, each a code and its values, ended by 0:
+ *  - ORVLS_DUMMY_METHOD, int: coding of class variables, 1, 2 or 3; default 1.
+ *  - ORVLS_GLM_RESERVED: no value; accepted and ignored.
+ *  - ORVLS_INDICES_EFFECTS, int n_effects (at least 0), const int64_t
+ *    *n_var_effects (n_effects entries, each at least 1), const int64_t
+ *    *indices_effects (the zero-based columns of all effects, one effect
+ *    after the other): the model; excludes ORVLS_MODEL_ORDER.
+ *  - ORVLS_MODEL_ORDER, int: 1 or 2, the generated model; default 1.
+ *  - ORVLS_X_COL_DIM, int: row length of x; default n_class + n_cont.
+ *  - ORVLS_REGRESSORS, real **: receives the regressor matrix, row-major,
+ *    allocated by the routine and freed by the caller
+ *    (orvls_free_allocated_memory); NULL after an error.
+ *  - ORVLS_REGRESSORS_USER, real *: the caller's array of n_observations
+ *    rows of regressors_col_dim values, filled by the routine.  Of
+ *    ORVLS_REGRESSORS and ORVLS_REGRESSORS_USER the last one given counts.
+ *  - ORVLS_REGRESSORS_COL_DIM, int: row length of the regressor matrix, at
+ *    least the number of regressors; default that number.  Cells beyond the
+ *    regressors of a row are not written.
+ *  - ORVLS_X_CLASS_COLUMNS, const int64_t *: the n_class zero-based columns
+ *    of the class variables, anywhere below x_col_dim; the generated model
+ *    still runs over the columns 0 to n_class + n_cont - 1.
+ *  Without ORVLS_REGRESSORS or ORVLS_REGRESSORS_USER the routine only
+ *  counts the regressors.
+ * @return the number of regressors of a row; 0 after an error.
+ *
+ * Errors (type, code: condition; parameters):
+ *  - 5, 11001: unknown option code; int 1 = code, int 2 = its position.
+ *  - 5, 104: a null array given to ORVLS_REGRESSORS, ORVLS_REGRESSORS_USER,
+ *    ORVLS_X_CLASS_COLUMNS (n_class above 0) or ORVLS_INDICES_EFFECTS
+ *    (n_effects above 0); string 1 = argument, string 2 = option.
+ *  - 5, 603: n_observations below 1, n_class, n_cont or n_effects below 0;
+ *    int 1 = value, int 2 = bound, string 1 = "nobs", "n_class", "n_cont",
+ *    "n_effects".
+ *  - 5, 20234: n_class + n_cont below 1.
+ *  - 5, 11117: ORVLS_MODEL_ORDER and ORVLS_INDICES_EFFECTS both given, or
+ *    either twice; string 1 names them.
+ *  - 5, 20230: model order outside 1..2; int 1 = order.
+ *  - 5, 20232: dummy method outside 1..3.
+ *  - 5, 20233: x_col_dim below n_class + n_cont; int 1 = x_col_dim.
+ *    (20230, 20232 and 20233 are all reported before the call ends.)
+ *  - 5, 20235: a class column outside the row; int 1 = its position from 1,
+ *    int 2 = the column counted from 1, int 3 = x_col_dim.
+ *  - 5, 20237: an entry of n_var_effects below 1; int 1 = position from 1,
+ *    int 2 = value.
+ *  - 5, 20238: an entry of indices_effects outside 0..x_col_dim - 1;
+ *    int 1 = position from 1, int 2 = the index, int 3 = x_col_dim.
+ *  - 5, 20231: a class variable whose values are all NaN; int 1 = the class
+ *    variable from 1, int 2 = 0.
+ *  - 5, 600: regressors_col_dim below the number of regressors; int 1,
+ *    string 1 = the row length and "ORVLS_REGRESSORS_COL_DIM", int 2,
+ *    string 2 = the number and "n_regressors".
+ *  - 5, 202: no memory; int 1, string 1 = n_observations and
+ *    "n_observations", int 2, string 2 = n_class and "n_class" (class
+ *    values) or the row length of the result and "n_regressors".
+ *  - 5, 200: no memory for a work array.
+ */
+ORVLS_API int64_t orvls_f_regressors_for_glm(int64_t n_observations, float *x, int64_t n_class, int64_t n_cont,
+                                             ...);
+/** @brief The double form of orvls_f_regressors_for_glm; real is double. */
+ORVLS_API int64_t orvls_d_regressors_for_glm(int64_t n_observations, double *x, int64_t n_class, int64_t n_cont,
+                                             ...);
+#define ORVLS_DUMMY_METHOD       11270 /**< int: 1 all dummies, 2 leave out the last class, 3 sum to zero */
+#define ORVLS_GLM_RESERVED       12020 /**< no value: accepted and ignored */
+#define ORVLS_INDICES_EFFECTS    12300 /**< int, const int64_t *, const int64_t *: the effects of the model */
+#define ORVLS_MODEL_ORDER        13210 /**< int: 1 or 2, order of the generated model */
+#define ORVLS_REGRESSORS         16000 /**< real **: receives the allocated regressor matrix */
+#define ORVLS_REGRESSORS_USER    16010 /**< real *: the caller's array for the regressors */
+#define ORVLS_REGRESSORS_COL_DIM 16020 /**< int: row length of the regressor matrix */
+#define ORVLS_X_CLASS_COLUMNS    16030 /**< const int64_t *: zero-based columns of the class variables */
+/* END REGRESSORS */
+
+/* ---------------------------------------------------------------------- */
+/* BEGIN REGRESSION */
+/**
+ * @brief The record of a fitted regression (float form).
+ *
+ * One allocation holds this header and every array behind it, in the order
+ * of the fields, so that one free (or orvls_free_allocated_memory) releases
+ * it.  The caller owns it.  Arrays sized by n_dependent hold one entry when
+ * n_dependent is 0.
+ */
+typedef struct {
+    int64_t n_observations; /**< the row count of the last call */
+    int64_t n_rows_missing; /**< rows left out because of missing values */
+    int64_t n_dependent;    /**< number of dependent variables */
+    int64_t n_parameters;   /**< number of coefficients, intercept included */
+    int64_t intercept;      /**< 1 with an intercept, 0 without */
+    int64_t rank;           /**< rank of the design, at most n_parameters */
+    float df_error;         /**< degrees of freedom for error */
+    float *coefficients;    /**< n_parameters by n_dependent, column-major: the estimates */
+    float *sscp_error;      /**< n_dependent by n_dependent: error sums of squares and cross-products, both triangles */
+    float *R;               /**< n_parameters by n_parameters, column-major, upper triangular; a zero diagonal marks a dropped coefficient */
+    float *D;               /**< n_parameters row scale factors, all 1 */
+    float *reserved;        /**< n_parameters by n_dependent, allocated and not filled */
+    float *x_mean;          /**< weighted means of the independent variables */
+    float *x_min;           /**< smallest value of each independent variable over the rows used */
+    float *x_max;           /**< largest value of each independent variable over the rows used */
+    float *y_mean;          /**< weighted means of the dependent variables */
+    float *y_min;           /**< smallest value of each dependent variable over the rows used */
+    float *y_max;           /**< largest value of each dependent variable over the rows used */
+} orvls_f_regression_info;
+
+/**
+ * @brief The record of a fitted regression (double form); fields as in
+ * orvls_f_regression_info.
+ */
+typedef struct {
+    int64_t n_observations; /**< the row count of the last call */
+    int64_t n_rows_missing; /**< rows left out because of missing values */
+    int64_t n_dependent;    /**< number of dependent variables */
+    int64_t n_parameters;   /**< number of coefficients, intercept included */
+    int64_t intercept;      /**< 1 with an intercept, 0 without */
+    int64_t rank;           /**< rank of the design, at most n_parameters */
+    double df_error;        /**< degrees of freedom for error */
+    double *coefficients;   /**< n_parameters by n_dependent, column-major: the estimates */
+    double *sscp_error;     /**< n_dependent by n_dependent: error sums of squares and cross-products, both triangles */
+    double *R;              /**< n_parameters by n_parameters, column-major, upper triangular; a zero diagonal marks a dropped coefficient */
+    double *D;              /**< n_parameters row scale factors, all 1 */
+    double *reserved;       /**< n_parameters by n_dependent, allocated and not filled */
+    double *x_mean;         /**< weighted means of the independent variables */
+    double *x_min;          /**< smallest value of each independent variable over the rows used */
+    double *x_max;          /**< largest value of each independent variable over the rows used */
+    double *y_mean;         /**< weighted means of the dependent variables */
+    double *y_min;          /**< smallest value of each dependent variable over the rows used */
+    double *y_max;          /**< largest value of each dependent variable over the rows used */
+} orvls_d_regression_info;
+
+/**
+ * @brief Fits linear models with a common set of regressors (float form;
+ * the double form orvls_d_regression is the same with double).
+ *
+ * The fit updates an upper-triangular factor one row at a time with
+ * modified plane rotations, so the data may arrive in several calls and
+ * rows may be removed as well as added.  Columns that are constant (beyond
+ * the first, or of value 0) or collinear within the tolerance are dropped:
+ * their coefficients are 0 and the rank falls.
+ *
+ * @param n_rows        rows of this call: at least 1 with ido 0, at least 0 otherwise
+ * @param n_independent number of independent variables, at least 0
+ * @param x             n_rows by x_col_dim, row-major, the independent variables
+ *                      in its first n_independent columns; with ORVLS_X_INDICES all
+ *                      the data, and x is transposed in place during the call and
+ *                      restored before it returns (it must not be shared meanwhile)
+ * @param y             n_rows by y_col_dim, row-major, the dependent variables;
+ *                      not read with ORVLS_X_INDICES
+ * @param ...           options, each a code and its values, ended by 0
+ * @return the coefficients, n_dependent rows of n_parameters values, the
+ *         intercept first (room for n_independent + 1 values a row is
+ *         allocated; free it), or the ORVLS_RETURN_USER array.  Calls with
+ *         ido 1 or 2 only take rows and return NULL; every result comes with
+ *         the call that ends the sequence (ido 0 or 3).  NULL after a fatal error.
+ *
+ * A NaN in a row, or a NaN frequency or weight, leaves the row out and
+ * counts it as missing; a frequency of 0 skips the row without counting
+ * it; a weight of 0 counts the row in df_error only.  Each thread has its
+ * own sequence per precision; a sequence must stay on its thread, and its
+ * intercept and centering are those of its first call.
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position)
+ *  - 5, 603 / 602: n_independent or n_dependent negative, ido outside 0 to 3,
+ *    the frequency or weight column of ORVLS_X_INDICES below -1; 602 also when
+ *    a later call of a sequence gives another n_independent or n_dependent
+ *  - 5, 20463: n_rows below 1 with ido 0 (int 1 = n_rows)
+ *  - 5, 20464: n_rows negative with ido above 0 (int 1 = n_rows)
+ *  - 5, 20690: ANOVA table or residuals asked with ido other than 0
+ *  - 5, 20467 / 20468: frequency / weight column not below x_col_dim (int 1 = column, int 2 = x_col_dim)
+ *  - 5, 11038: ORVLS_COEF_COV_COL_DIM without a covariance option
+ *  - 5, 11050: tolerance outside 0 to 1 (real 1)
+ *  - 5, 11052 / 11053: a dependent / independent column of ORVLS_X_INDICES outside
+ *    x (int 1 = its place from 1, int 2 = column from 1, int 3 = x_col_dim)
+ *  - 5, 600: x_col_dim below n_independent, y_col_dim below n_dependent, or
+ *    coef_cov_col_dim below n_parameters
+ *  - 5, 104: a null array or address given to an option
+ *  - 5, 11117: ORVLS_X_INDICES together with ORVLS_FREQUENCIES or ORVLS_WEIGHTS
+ *  - 4, 20692: ido 0 or 1 while a sequence is open (int 1 = ido); the open sequence ends
+ *  - 4, 20691: ido 2 or 3 with no sequence open (int 1 = ido)
+ *  - 4, 11055 / 11057: negative frequency / weight with ido 0 (int 1 = row from 1, real 1 = value)
+ *  - 4, 11054 / 11056: the same within a sequence (also int 2 = the call number)
+ *  - 3, 11047: rank below n_parameters (int 1 = rank)
+ *  - 3, 11058: inconsistent triangular system (int 1 = row, int 2 = column, real 1 = value)
+ *  - 6, 11049: no degrees of freedom left for error (real 1 = df_error); results stand
+ *  - 6, 11048: a removed row held the stored minimum or maximum of a column
+ *    (int 1 = column from 1, real 1 = value, string 1 = "xmin" or "xmax")
+ *  - 5, 200 / 202 / 203: memory ("n_independent", "n_dependent", and for the
+ *    residuals "n_observations")
+ * After any fatal error the open sequence ends and every array the routine
+ * allocated is freed.
+ */
+ORVLS_API float *orvls_f_regression(int64_t n_rows, int64_t n_independent, float *x, float *y, ...);
+/** @brief Fits linear models (double form); see orvls_f_regression. */
+ORVLS_API double *orvls_d_regression(int64_t n_rows, int64_t n_independent, double *x, double *y, ...);
+#define ORVLS_ANOVA_TABLE              10080 /**< real **: receives n_dependent rows of the 15-value analysis-of-variance table (ido 0 only): model, error and total df; model, error and total sums of squares; model and error mean squares; F; its probability; R-squared and adjusted R-squared in percent; error standard deviation; mean of y; coefficient of variation in percent */
+#define ORVLS_ANOVA_TABLE_USER         10090 /**< real *: the same in the caller's array */
+#define ORVLS_COEF_COVARIANCES         10690 /**< real **: receives n_dependent blocks of n_parameters rows of coef_cov_col_dim, the covariances of the coefficients */
+#define ORVLS_COEF_COVARIANCES_USER    10700 /**< real *: the same in the caller's array */
+#define ORVLS_COEF_COV_COL_DIM         11055 /**< int: row length of the covariance blocks; default n_parameters */
+/* ORVLS_FREQUENCIES 11790 and ORVLS_WEIGHTS 15400 (one value per row),
+   ORVLS_RETURN_USER 14280 and ORVLS_X_COL_DIM 15470 serve here too. */
+#define ORVLS_INTERCEPT                12400 /**< fit an intercept (default) */
+#define ORVLS_NO_INTERCEPT             13350 /**< fit no intercept */
+#define ORVLS_RANK                     14110 /**< int64_t *: receives (rows - rows missing) - df_error, truncated: the rank when every frequency is 1 */
+#define ORVLS_REGRESSION_INFO          14140 /**< orvls_X_regression_info **: receives the record, one allocation */
+#define ORVLS_RESIDUAL                 14190 /**< real **: receives n_rows by n_dependent residuals (ido 0 only) */
+#define ORVLS_RESIDUAL_USER            14220 /**< real *: the same in the caller's array */
+#define ORVLS_TOLERANCE                15040 /**< double: collinearity tolerance in 0 to 1; default 100 times the precision's machine epsilon */
+#define ORVLS_TOLERANCE_ADR            15050 /**< real *: the same by address */
+#define ORVLS_X_MEAN                   15490 /**< real **: receives the weighted means of the independent variables */
+#define ORVLS_X_MEAN_USER              15500 /**< real *: the same in the caller's array */
+#define ORVLS_Y_COL_DIM                15540 /**< int: row length of y; default the larger of 1 and n_dependent */
+#define ORVLS_R                        16068 /**< real **: receives the n_parameters by n_parameters factor R, row-major */
+#define ORVLS_R_USER                   16069 /**< real *: the same in the caller's array */
+#define ORVLS_DF_ERROR                 16071 /**< real *: receives the degrees of freedom for error */
+#define ORVLS_N_ROWS_MISSING           20400 /**< int64_t *: receives the number of rows left out for missing values */
+#define ORVLS_IDO                      20440 /**< int: 0 all rows in this call (default); 1 first call of a sequence; 2 a middle one; 3 the last */
+#define ORVLS_ADD_OBSERVATIONS         20441 /**< the rows are added (default) */
+#define ORVLS_DELETE_OBSERVATIONS      20442 /**< the rows are removed from the fit */
+#define ORVLS_X_INDICES                20443 /**< const int64_t *independent_columns, const int64_t *dependent_columns, int frequency_column, int weight_column: all data in x, zero-based columns, -1 for no frequency or weight */
+#define ORVLS_NO_CENTERING             20880 /**< the intercept column is rotated like any other */
+#define ORVLS_CENTERING                20890 /**< the intercept is kept as running means (default; off without an intercept) */
+#define ORVLS_N_DEPENDENT              20900 /**< int: number of dependent variables, at least 0; default 1 */
+#define ORVLS_SSCP_ERROR               20930 /**< real **: receives the n_dependent by n_dependent error sums of squares and cross-products */
+#define ORVLS_SSCP_ERROR_USER          20940 /**< real *: the same in the caller's array */
+/* END REGRESSION */
+
+/* ---------------------------------------------------------------------- */
+/* BEGIN TIME SERIES */
+/**
+ * @brief One step of a Kalman filter on a state that the caller holds
+ * (float form; the double form orvls_d_kalman is the same with double).
+ *
+ * A call does a measurement update when ORVLS_MEASUREMENT gives
+ * observations, then the time update.  To filter a series, call once per
+ * time point with the same b, state_cov, n_rank, ss and log_det, the three
+ * sums set to 0 before the first call; a missing observation is a call
+ * without ORVLS_MEASUREMENT (or with ny 0).  state_cov, q and r are
+ * covariances divided by one unknown scale, which is why the likelihood
+ * comes as sums for the caller to combine: with N the final n_rank, the
+ * scale's estimate is ss / N and minus twice the log likelihood is
+ * N log(2 pi ss / N) + N + log_det, or N log(2 pi) + ss + log_det with the
+ * scale known to be 1.
+ *
+ * Measurement update, with F = z state_cov z' + r = R'R, R the upper
+ * triangular Cholesky factor with a zero row at each observation that
+ * depends on the ones before it within the tolerance: v = y - z b;
+ * n_rank += rank of F; log_det += log of the generalised determinant of F
+ * (the product of the squared diagonal of R at full rank); with X solving
+ * R'X = z state_cov and e solving R'e = v (components at dependent
+ * observations 0), state_cov -= X'X, b += X'e and ss += e'e.  Time update:
+ * b := t b and state_cov := t state_cov t' + q, without t where it is not
+ * given and without q where it is not given.
+ *
+ * Matrices are row-major; symmetric ones (state_cov, q, r) are read from
+ * their upper triangle, and state_cov comes back complete and symmetric.
+ * No input is modified other than b, state_cov and the sums.  The routine
+ * keeps no state of its own.
+ *
+ * @param n         number of state components, at least 1
+ * @param b         n values: the state estimate, replaced by the estimate
+ *                  after both updates (the prediction for the next time point)
+ * @param state_cov n by n (row length ORVLS_STATE_COV_COL_DIM): the covariance
+ *                  of b on the caller's scale, updated in place
+ * @param n_rank    running rank: the rank of this step's F is added
+ * @param ss        running sum of squared standardised prediction errors
+ * @param log_det   running log of the generalised determinants of F
+ * @param ...       options, each a code and its values, ended by 0
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position; the
+ *    first option is at position 7)
+ *  - 5, 104: a null array given to an option (y, z and r only with ny above 0)
+ *  - 5, 65170: n below 1 (int 1 = n), or a row length of t, q or state_cov
+ *    below n (int 1 = n, ints 2 to 4 = the row lengths of t, q and state_cov)
+ *  - 5, 65167: ny negative (int 1 = ny)
+ *  - 5, 50098: tolerance outside 0 to 1, or NaN (real 1 = tolerance)
+ *  - 5, 600: with ny above 1, ORVLS_OBSERVATION_COL_DIM below n
+ *  - 5, 65168: with ny above 1, ORVLS_MEASUREMENT_COV_COL_DIM below ny
+ *    (int 1 = ny, ints 2 to 4 = the row lengths of z, r and innovation_cov)
+ *  - 5, 65169: y holds a NaN (int 1 = its index, from 0); a missing
+ *    observation is left out of the call instead
+ *  - 4, 65173: F is not non-negative definite within the tolerance (real 1 =
+ *    tolerance); only the lower triangle of state_cov has moved
+ *  - 4, 65174: the system for the gain is inconsistent within the tolerance
+ *    (real 1 = tolerance); n_rank and log_det have moved
+ *  - 4, 65175: the system for the standardised prediction errors is
+ *    inconsistent: an observation that F says is determined by the others
+ *    disagrees with them; n_rank, log_det and state_cov have moved
+ *  - 5, 200: memory
+ * After a fatal error nothing is handed over through ORVLS_INNOVATIONS or
+ * ORVLS_INNOVATION_COV, and the filter cannot go on from that step without
+ * the caller's own copy of the state.
+ */
+ORVLS_API void orvls_f_kalman(int64_t n, float *b, float *state_cov, int64_t *n_rank, float *ss, float *log_det, ...);
+/** @brief One step of a Kalman filter (double form); see orvls_f_kalman. */
+ORVLS_API void orvls_d_kalman(int64_t n, double *b, double *state_cov, int64_t *n_rank, double *ss, double *log_det,
+                              ...);
+#define ORVLS_MEASUREMENT              25920 /**< int ny, const real *y, const real *z, const real *r: the measurement update with ny observations y, the ny by n observation matrix z and their ny by ny error covariance r, on the scale of state_cov; default none (ny 0) */
+#define ORVLS_TRANSITION               14000 /**< const real *t: n by n transition matrix of the time update; default none, the state is carried unchanged */
+#define ORVLS_TRANSITION_COL_DIM       14040 /**< int: row length of t; default n */
+#define ORVLS_STATE_NOISE              40015 /**< const real *q: n by n covariance of the state noise, on the scale of state_cov; default none */
+#define ORVLS_STATE_NOISE_COL_DIM      40011 /**< int: row length of q; default n */
+#define ORVLS_STATE_COV_COL_DIM        40012 /**< int: row length of state_cov; default n */
+#define ORVLS_OBSERVATION_COL_DIM      40010 /**< int: row length of z; default n; not read when ny is 1 */
+#define ORVLS_MEASUREMENT_COV_COL_DIM  16072 /**< int: row length of r; default ny; not read when ny is 1 */
+#define ORVLS_INNOVATIONS              15290 /**< real **: receives the ny prediction errors y - z b (before the update of b), or NULL without observations, after a fatal error, or when ORVLS_INNOVATIONS_USER is given too */
+#define ORVLS_INNOVATIONS_USER         15380 /**< real *: the same in the caller's array of ny */
+#define ORVLS_INNOVATION_COV           40014 /**< real **: receives the ny by ny covariance F of the prediction errors, or NULL as for ORVLS_INNOVATIONS */
+#define ORVLS_INNOVATION_COV_USER      40013 /**< real *: the same in the caller's array of ny by ny */
+/* ORVLS_TOLERANCE 15040 serves here too: the rank decision on F, a pivot of
+   the factor counting as 0 when at most the tolerance times its diagonal
+   element of F; default 100 times the precision's machine epsilon.  The
+   triangular solves accept a remainder at a dependent observation of at most
+   the square root of the tolerance times the size of its terms. */
+/* END TIME SERIES */
+
 /* BEGIN CATEGORICAL */
 /**
  * @brief Asymptotic tests and measures of association of a two-way table.

@@ -183,15 +183,23 @@ bool take_rows_one_at_a_time(int64_t n_observations, int64_t n_variables, const 
     return true;
 }
 
-// Values of variable j that the moments took, each repeated by the whole part
-// of its frequency; at most `capacity` of them.  Without missing values in
-// the call no row is tested.
+// A value of a variable and the number of times it counts in the medians:
+// the whole part of its frequency.
+template <class Real>
+struct CountedValue {
+    Real value;
+    Real copies;
+};
+
+// Values of variable j that the moments took, each with the whole part of
+// its frequency (values that count for nothing are left out); their number.
+// Without missing values in the call no row is tested.
 template <class Real>
 int64_t gather_values(int64_t n_observations, int64_t n_variables, const Real* x, int64_t j,
-                      const Settings<Real>& settings, bool missing_seen, Real* values, int64_t capacity)
+                      const Settings<Real>& settings, bool missing_seen, CountedValue<Real>* values)
 {
     int64_t n = 0;
-    for (int64_t i = 0; i < n_observations && n < capacity; ++i) {
+    for (int64_t i = 0; i < n_observations; ++i) {
         const Real* row = x + i * settings.x_col_dim;
         const Real f = settings.frequencies != nullptr ? settings.frequencies[i] : Real(1);
         if (missing_seen) {
@@ -202,17 +210,55 @@ int64_t gather_values(int64_t n_observations, int64_t n_variables, const Real* x
             if (std::isnan(f) || f == 0 || weight_missing || value_missing)
                 continue;
         }
-        for (Real copies = std::floor(f); copies >= 1 && n < capacity; copies -= 1)
-            values[n++] = row[j];
+        if (std::floor(f) >= 1)
+            values[n++] = {row[j], std::floor(f)};
     }
     return n;
 }
 
-// The middle of n sorted values: the mean of the middle two for even n.
+// Sorts counted values ascending, NaNs last.
 template <class Real>
-Real middle(const Real* sorted, int64_t n)
+void sort_counted(int64_t n, CountedValue<Real>* values)
 {
-    return n % 2 == 1 ? sorted[n / 2] : (sorted[n / 2 - 1] + sorted[n / 2]) / 2;
+    std::sort(values, values + n, [](const CountedValue<Real>& a, const CountedValue<Real>& b) {
+        return a.value < b.value || (!std::isnan(a.value) && std::isnan(b.value));
+    });
+}
+
+// The value at zero-based place `rank` of the sorted values, each repeated
+// as often as it counts.
+template <class Real>
+Real value_at_rank(const CountedValue<Real>* sorted, int64_t n, double rank)
+{
+    double passed = 0;
+    for (int64_t i = 0; i < n - 1; ++i) {
+        passed += sorted[i].copies;
+        if (rank < passed)
+            return sorted[i].value;
+    }
+    return sorted[n - 1].value;
+}
+
+// The middle of the sorted values, each repeated as often as it counts: the
+// mean of the middle two for an even total.  The repetition is only counted,
+// so that large frequencies cost no memory.
+template <class Real>
+Real middle(const CountedValue<Real>* sorted, int64_t n)
+{
+    double total = 0;
+    for (int64_t i = 0; i < n; ++i)
+        total += sorted[i].copies;
+    const double lower = std::floor((total - 1) / 2);
+    const double upper = std::floor(total / 2);
+    const Real low = value_at_rank(sorted, n, lower);
+    return lower == upper ? low : (low + value_at_rank(sorted, n, upper)) / 2;
+}
+
+// The whole part of a count, held at the largest integer.
+template <class Real>
+int64_t whole_count(Real count)
+{
+    return count < Real(0x1p62) ? static_cast<int64_t>(count) : INT64_MAX;
 }
 
 // Rows 14 to 16 of the row-major result.  False when the work space cannot
@@ -222,12 +268,10 @@ bool add_medians(int64_t n_observations, int64_t n_variables, const Real* x, con
                  Workspace<Real>& work, Real* result)
 {
     const int64_t ld = settings.result_col_dim;
-    int64_t largest = 0;
-    for (int64_t j = 0; j < n_variables; ++j) {
-        work.counts[j] = static_cast<int64_t>(result[kCount * ld + j]);
-        largest = std::max(largest, work.counts[j]);
-    }
-    WorkArray<Real> values(static_cast<std::size_t>(largest)), deviations(static_cast<std::size_t>(largest));
+    for (int64_t j = 0; j < n_variables; ++j)
+        work.counts[j] = whole_count(result[kCount * ld + j]);
+    const auto capacity = static_cast<std::size_t>(n_observations);
+    WorkArray<CountedValue<Real>> values(capacity), deviations(capacity);
     if (!values.ok() || !deviations.ok()) {
         orvls_ermes(5, 200);
         return false;
@@ -241,16 +285,16 @@ bool add_medians(int64_t n_observations, int64_t n_variables, const Real* x, con
             result[kMedianDeviation * ld + j] = result[kScale * ld + j] = missing_value<Real>();
         const int64_t n = work.counts[j] == 0 ? 0
                                                : gather_values(n_observations, n_variables, x, j, settings,
-                                                               work.nrmiss != 0, values.get(), work.counts[j]);
+                                                               work.nrmiss != 0, values.get());
         if (n == 0)
             continue;
-        sort_in_place(n, values.get());
+        sort_counted(n, values.get());
         median = middle(values.get(), n);
         if (!with_scale)
             continue;
         for (int64_t i = 0; i < n; ++i)
-            deviations[i] = std::fabs(values[i] - median);
-        sort_in_place(n, deviations.get());
+            deviations[i] = {std::fabs(values[i].value - median), values[i].copies};
+        sort_counted(n, deviations.get());
         result[kMedianDeviation * ld + j] = middle(deviations.get(), n);
         result[kScale * ld + j] = result[kMedianDeviation * ld + j] / quartile;
     }

@@ -1,5 +1,6 @@
 // The error stack: push, pop, recording an error, message parameters and
 // building a message from its template.
+#include <cctype>
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
@@ -90,8 +91,59 @@ void clear_message(ErrorBlock* block)
     *block->message_end = '\0';
 }
 
+// What a parameter hands to its conversion.
+enum class Argument { integer, real, text };
+
+// Reads the conversion behind a "%" at `p`: flags, a width and a precision
+// of at most three digits each (one substitution stays short), a length
+// that the argument allows and a letter that fits it.  The position behind
+// the conversion, or null when it is not one that `argument` can take.
+// `is_long` tells an integer conversion with the length "l".
+const char* read_conversion(const char* p, Argument argument, bool& is_long)
+{
+    auto skip_digits = [&p] {
+        for (int i = 0; i < 3 && std::isdigit(static_cast<unsigned char>(*p)); ++i)
+            ++p;
+        return !std::isdigit(static_cast<unsigned char>(*p));
+    };
+    p += std::strspn(p, "-+ #0");
+    if (!skip_digits())
+        return nullptr;
+    if (*p == '.' && (++p, !skip_digits()))
+        return nullptr;
+    is_long = argument == Argument::integer && *p == 'l';
+    if (is_long || (argument == Argument::real && *p == 'l'))
+        ++p;
+    else if (argument == Argument::integer && *p == 'h')
+        p += p[1] == 'h' ? 2 : 1;
+    const char* letters = argument == Argument::integer ? "diouxX" : argument == Argument::real ? "eEfFgGaA" : "s";
+    return *p != '\0' && std::strchr(letters, *p) != nullptr ? p + 1 : nullptr;
+}
+
+// Whether a template's own conversion can print its parameter: `count`
+// conversions that fit `argument`, amid text and "%%".  The template comes
+// from the message file, so it is checked before it reaches printf.
+bool conversion_fits(const char* format, Argument argument, int count, bool& is_long)
+{
+    int found = 0;
+    is_long = false;
+    for (const char* p = format; *p != '\0';) {
+        if (*p != '%') {
+            ++p;
+        } else if (p[1] == '%') {
+            p += 2;
+        } else {
+            p = read_conversion(p + 1, argument, is_long);
+            if (p == nullptr || ++found > count)
+                return false;
+        }
+    }
+    return found == count;
+}
+
 // One substitution %(Ld) or %(Ld%format); `body` points behind "%(" and
-// `close` at the ")".
+// `close` at the ")".  A format that does not fit the parameter gives way
+// to the parameter's default conversion.
 void substitute(ErrorBlock* block, const char* body, const char* close)
 {
     const char letter = static_cast<char>(body[0] & ~0x20);  // upper case
@@ -102,28 +154,34 @@ void substitute(ErrorBlock* block, const char* body, const char* close)
         std::memcpy(format, body + 2, length);
         format[length] = '\0';
     }
-    auto chosen = [&](const char* fallback) { return format[0] != '\0' ? format : fallback; };
+    bool is_long = false;
+    auto chosen = [&](Argument argument, int count, const char* fallback) {
+        return conversion_fits(format, argument, count, is_long) ? format : fallback;
+    };
     switch (letter) {
     case 'C':
     case 'Z':
-        append_formatted(block, chosen("(%e,%e)"), block->complex_param[index][0], block->complex_param[index][1]);
+        append_formatted(block, chosen(Argument::real, 2, "(%e,%e)"), block->complex_param[index][0],
+                         block->complex_param[index][1]);
         return;
     case 'D':
     case 'F':
     case 'R':
-        append_formatted(block, chosen("%e"), block->real_param[index]);
+        append_formatted(block, chosen(Argument::real, 1, "%e"), block->real_param[index]);
         return;
-    case 'I':
+    case 'I': {
         // Integers print as a 32-bit long would, unless the format asks for a long.
-        if (std::strchr(format, 'l') != nullptr)
-            append_formatted(block, format, static_cast<long>(block->int_param[index]));
+        const char* conversion = chosen(Argument::integer, 1, "%d");
+        if (is_long)
+            append_formatted(block, conversion, static_cast<long>(block->int_param[index]));
         else
-            append_formatted(block, chosen("%d"), static_cast<int>(block->int_param[index]));
+            append_formatted(block, conversion, static_cast<int>(block->int_param[index]));
         return;
+    }
     case 'L':
     case 'S': {
         const char* text = block->string_param[index];
-        append_formatted(block, chosen("%s"), text != nullptr ? text : "(null)");
+        append_formatted(block, chosen(Argument::text, 1, "%s"), text != nullptr ? text : "(null)");
         return;
     }
     default:

@@ -47,6 +47,7 @@ uint16_t message_file_header[kHeaderWords];
 uint16_t* code_table = nullptr;
 uint16_t* block_table = nullptr;
 off_t text_base = 0;
+off_t message_file_size = 0;
 const char* message_file_reason = "File not found";
 bool swap_bytes = false;
 std::size_t longest_read = 0;  // bytes of the largest record read: a record's blocks and one more
@@ -224,23 +225,6 @@ bool read_tables()
     return read_table(code_table, n) && read_table(block_table, n + 1);
 }
 
-// The text buffer of a thread must hold the largest read; block numbers that
-// go backwards would make a read of negative length.
-bool measure_records()
-{
-    longest_read = 0;
-    for (std::size_t i = 0; i < message_count(); ++i) {
-        if (block_table[i + 1] < block_table[i]) {
-            message_file_reason = "File is not in orvlerr.bin format";
-            return false;
-        }
-        const std::size_t bytes = std::size_t{block_table[i + 1] - block_table[i] + 1u} << block_shift();
-        if (bytes > longest_read)
-            longest_read = bytes;
-    }
-    return true;
-}
-
 // Start from 4n + 15 and, with blocks longer than one byte, move on by the
 // block size less the remainder.
 void compute_text_base()
@@ -251,6 +235,40 @@ void compute_text_base()
         text_base += block_size - text_base % block_size;
 }
 
+off_t record_offset(std::size_t i) { return text_base + (off_t{block_table[i]} << block_shift()); }
+
+// A record's blocks and the one behind them.
+std::size_t record_read_length(std::size_t i)
+{
+    return std::size_t{block_table[i + 1] - block_table[i] + 1u} << block_shift();
+}
+
+// Whether the read of record i ends within the file; one that does not
+// would come back short, so it needs no room.
+bool record_within_file(std::size_t i)
+{
+    return record_offset(i) + static_cast<off_t>(record_read_length(i)) <= message_file_size;
+}
+
+// The text buffer of a thread must hold the largest read; block numbers that
+// go backwards would make a read of negative length.  Only reads within the
+// file count, so that a damaged block table cannot ask for more memory than
+// the file holds.
+bool measure_records()
+{
+    compute_text_base();
+    longest_read = 0;
+    for (std::size_t i = 0; i < message_count(); ++i) {
+        if (block_table[i + 1] < block_table[i]) {
+            message_file_reason = "File is not in orvlerr.bin format";
+            return false;
+        }
+        if (record_within_file(i) && record_read_length(i) > longest_read)
+            longest_read = record_read_length(i);
+    }
+    return true;
+}
+
 bool open_file(ErrorBlock* block)
 {
     char list[kListCapacity];
@@ -259,7 +277,11 @@ bool open_file(ErrorBlock* block)
     if (!find_file(list, found))
         return false;
     message_file_descriptor = open(found, O_RDONLY);
-    return message_file_descriptor >= 0;
+    struct stat status;
+    if (message_file_descriptor < 0 || fstat(message_file_descriptor, &status) != 0)
+        return false;
+    message_file_size = status.st_size;
+    return true;
 }
 
 void forget_file()
@@ -293,7 +315,6 @@ void read_index()
     make_lock(&message_file_lock, false);
     ErrorBlock* block = orvls_error_block();
     if (open_file(block) && read_header() && read_tables() && measure_records()) {
-        compute_text_base();
         message_file_state.store(kReady);
         return;
     }
@@ -334,17 +355,20 @@ void failed_read(ErrorBlock* block, const char* reason)
 
 // Reads the record of the cached index into the thread's text buffer.  The
 // buffer is made on the thread's first read; two zero bytes behind the read
-// keep the template and the name terminated whatever the file holds.
+// keep the template and the name terminated whatever the file holds.  A
+// record whose read would pass the end of the file is a short read.
 void read_record(ErrorBlock* block, int64_t code)
 {
+    if (!record_within_file(static_cast<std::size_t>(block->cached_index)))
+        return;
     if (block->text_buffer == nullptr) {
         block->text_buffer = allocate<char>(longest_read + 2);
         if (block->text_buffer == nullptr)
             return failed_read(block, "Out-of-memory");
     }
-    const int64_t i = block->cached_index;
-    const off_t offset = text_base + (off_t{block_table[i]} << block_shift());
-    const std::size_t length = std::size_t{block_table[i + 1] - block_table[i] + 1u} << block_shift();
+    const auto i = static_cast<std::size_t>(block->cached_index);
+    const off_t offset = record_offset(i);
+    const std::size_t length = record_read_length(i);
     // The buffer is about to change: the record it held is no longer in hand.
     block->cached_code = kNoCode;
     bool complete;
@@ -368,6 +392,22 @@ const char* fallback(ErrorBlock* block, int64_t code)
 }
 
 }  // namespace
+
+void forget_message_file()
+{
+    if (message_file_once.load() != 0)
+        pthread_mutex_destroy(&message_file_lock);
+    forget_file();
+    message_file_state.store(kUnread);
+    message_file_reason = "File not found";
+    swap_bytes = false;
+    longest_read = 0;
+    message_file_once.store(0);
+    ErrorBlock* block = orvls_error_block();
+    std::free(block->text_buffer);
+    block->text_buffer = nullptr;
+    block->cached_code = kNoCode;
+}
 
 const char* orvls_message_text(int64_t code)
 {

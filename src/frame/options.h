@@ -7,6 +7,10 @@
 
 namespace orvls {
 
+// Refuses a null array given to a _USER option: 104 with the argument's
+// name and the option's text.  True when refused.
+bool refuse_null_user(const void* array, const char* argument, const char* option);
+
 // How a routine answers an unknown code: public routines raise 11001 and go
 // on; utility routines raise 103 and stop there, or 103 and go on.  A
 // negative code always ends the walk.
@@ -54,6 +58,17 @@ public:
         ++arg_number_;
         return va_arg(ap_, T);
     }
+    // A pointer that must not be null: a null one is refused (104), naming
+    // the argument and the option.
+    template <class T>
+    T non_null_pointer(const char* argument, const char* option)
+    {
+        T array = pointer<T>();
+        refuse_null_user(array, argument, option);
+        return array;
+    }
+    // An option without a value that still counts a place in the reports.
+    void skip_place() { ++arg_number_; }
 
 private:
     va_list ap_;
@@ -76,17 +91,11 @@ private:
     int count_ = 0;
 };
 
-// Refuses a null array given to a _USER option: 104 with the argument's
-// name and the option's text.  True when refused.
-bool refuse_null_user(const void* array, const char* argument, const char* option);
-
 // Reads a pointer option that must not be null, refusing a null one as above.
 template <class T>
 T non_null_pointer(OptionReader& options, const char* argument, const char* option)
 {
-    T pointer = options.pointer<T>();
-    refuse_null_user(pointer, argument, option);
-    return pointer;
+    return options.non_null_pointer<T>(argument, option);
 }
 
 }  // namespace orvls

@@ -36,18 +36,42 @@ struct Operand {
     Real operator()(int64_t i, int64_t j) const { return transposed ? stored(j, i) : stored(i, j); }
 };
 
-// C += alpha op(A) op(B) by the published loop order (columns of C, then depth).
+// C += alpha op(A) op(B), column by column of C.  With A as stored, four
+// columns of A at a time, so that each element of C is read and written once
+// for four of them; with A transposed, each element of C is a dot product of
+// a stored column of A with a column of op(B).
 template <class Real>
 void plain_product(int64_t m, int64_t n, int64_t k, Real alpha, const Operand<Real>& A, const Operand<Real>& B,
                    const Matrix<Real>& C)
 {
-    for (int64_t j = 0; j < n; ++j)
-        for (int64_t l = 0; l < k; ++l) {
-            const Real scale = alpha * B(l, j);
-            Real* c = C.column(j);
-            for (int64_t i = 0; i < m; ++i)
-                c[i] += scale * A(i, l);
+    for (int64_t j = 0; j < n; ++j) {
+        Real* c = C.column(j);
+        if (A.transposed) {
+            for (int64_t i = 0; i < m; ++i) {
+                const Real* a = A.stored.column(i);
+                Real sum = 0;
+                for (int64_t l = 0; l < k; ++l)
+                    sum += a[l] * B(l, j);
+                c[i] += alpha * sum;
+            }
+            continue;
         }
+        int64_t l = 0;
+        for (; l + 4 <= k; l += 4) {
+            const Real s0 = alpha * B(l, j), s1 = alpha * B(l + 1, j), s2 = alpha * B(l + 2, j),
+                       s3 = alpha * B(l + 3, j);
+            const Real *a0 = A.stored.column(l), *a1 = A.stored.column(l + 1), *a2 = A.stored.column(l + 2),
+                       *a3 = A.stored.column(l + 3);
+            for (int64_t i = 0; i < m; ++i)
+                c[i] += s0 * a0[i] + s1 * a1[i] + s2 * a2[i] + s3 * a3[i];
+        }
+        for (; l < k; ++l) {
+            const Real scale = alpha * B(l, j);
+            const Real* a = A.stored.column(l);
+            for (int64_t i = 0; i < m; ++i)
+                c[i] += scale * a[i];
+        }
+    }
 }
 
 // Slivers of mr rows of alpha op(A)(rows, depth): element (i, p) of a sliver at
@@ -56,13 +80,23 @@ template <class Real>
 void pack_a(const Operand<Real>& A, Real alpha, int64_t row0, int64_t rows, int64_t depth0, int64_t depth, int mr,
             Real* packed)
 {
-    for (int64_t r = 0; r < rows; r += mr) {
+    for (int64_t r = 0; r < rows; r += mr, packed += depth * mr) {
         const int64_t height = std::min<int64_t>(mr, rows - r);
-        for (int64_t p = 0; p < depth; ++p, packed += mr) {
-            for (int64_t i = 0; i < height; ++i)
-                packed[i] = alpha * A(row0 + r + i, depth0 + p);
-            for (int64_t i = height; i < mr; ++i)
-                packed[i] = 0;
+        if (height < mr)
+            std::fill(packed, packed + depth * mr, Real(0));
+        // Along the stored matrix's columns, whichever way it is read.
+        if (A.transposed) {
+            for (int64_t i = 0; i < height; ++i) {
+                const Real* a = A.stored.column(row0 + r + i) + depth0;
+                for (int64_t p = 0; p < depth; ++p)
+                    packed[p * mr + i] = alpha * a[p];
+            }
+        } else {
+            for (int64_t p = 0; p < depth; ++p) {
+                const Real* a = A.stored.column(depth0 + p) + row0 + r;
+                for (int64_t i = 0; i < height; ++i)
+                    packed[p * mr + i] = alpha * a[i];
+            }
         }
     }
 }
@@ -72,13 +106,22 @@ template <class Real>
 void pack_b(const Operand<Real>& B, int64_t depth0, int64_t depth, int64_t column0, int64_t columns, int nr,
             Real* packed)
 {
-    for (int64_t s = 0; s < columns; s += nr) {
+    for (int64_t s = 0; s < columns; s += nr, packed += depth * nr) {
         const int64_t width = std::min<int64_t>(nr, columns - s);
-        for (int64_t p = 0; p < depth; ++p, packed += nr) {
-            for (int64_t j = 0; j < width; ++j)
-                packed[j] = B(depth0 + p, column0 + s + j);
-            for (int64_t j = width; j < nr; ++j)
-                packed[j] = 0;
+        if (width < nr)
+            std::fill(packed, packed + depth * nr, Real(0));
+        if (B.transposed) {
+            for (int64_t p = 0; p < depth; ++p) {
+                const Real* b = B.stored.column(depth0 + p) + column0 + s;
+                for (int64_t j = 0; j < width; ++j)
+                    packed[p * nr + j] = b[j];
+            }
+        } else {
+            for (int64_t j = 0; j < width; ++j) {
+                const Real* b = B.stored.column(column0 + s + j) + depth0;
+                for (int64_t p = 0; p < depth; ++p)
+                    packed[p * nr + j] = b[p];
+            }
         }
     }
 }
@@ -101,53 +144,68 @@ constexpr int rows_in(int vector_bytes)
     return 2 * vector_bytes / int(sizeof(Real));
 }
 
-// The mr x nr tile product, accumulated in registers, then added to C.  The
-// accumulators are written as vectors of the target's width: each column of
-// the tile is two vectors, each step one broadcast multiply-add per vector.
-template <class Real, int VectorBytes, int NR>
+// A tile product of Vectors x L rows and Columns columns, accumulated in
+// registers, then added to C.  The accumulators are written as vectors of
+// the target's width: each column of the tile is Vectors vectors, each step
+// one broadcast multiply-add per vector.  The packed slivers are MR rows and
+// NR columns wide, so that a tile at the edge of C may compute fewer.
+template <class Real, int VectorBytes, int NR, int Vectors, int Columns>
 [[gnu::always_inline]] inline void micro_tile(int64_t depth, const Real* __restrict a, const Real* __restrict b,
                                               Real* __restrict c, int64_t ldc, int64_t rows, int64_t columns)
 {
     typedef Real Lanes __attribute__((vector_size(VectorBytes)));
     constexpr int L = VectorBytes / int(sizeof(Real));
     constexpr int MR = 2 * L;
-    Lanes top[NR] = {}, bottom[NR] = {};
+    Lanes sum[Vectors][Columns] = {};
     for (int64_t p = 0; p < depth; ++p, a += MR, b += NR) {
-        Lanes a_top, a_bottom;
-        std::memcpy(&a_top, a, sizeof a_top);
-        std::memcpy(&a_bottom, a + L, sizeof a_bottom);
-        for (int j = 0; j < NR; ++j) {
-            top[j] += a_top * b[j];
-            bottom[j] += a_bottom * b[j];
-        }
+        Lanes column[Vectors];
+        for (int v = 0; v < Vectors; ++v)
+            std::memcpy(&column[v], a + v * L, sizeof column[v]);
+        for (int j = 0; j < Columns; ++j)
+            for (int v = 0; v < Vectors; ++v)
+                sum[v][j] += column[v] * b[j];
     }
-    if (rows == MR && columns == NR) {
-        for (int j = 0; j < NR; ++j) {
-            Lanes c_top, c_bottom;
-            std::memcpy(&c_top, c + j * ldc, sizeof c_top);
-            std::memcpy(&c_bottom, c + j * ldc + L, sizeof c_bottom);
-            c_top += top[j];
-            c_bottom += bottom[j];
-            std::memcpy(c + j * ldc, &c_top, sizeof c_top);
-            std::memcpy(c + j * ldc + L, &c_bottom, sizeof c_bottom);
-        }
+    if (rows == Vectors * L && columns == Columns) {
+        for (int j = 0; j < Columns; ++j)
+            for (int v = 0; v < Vectors; ++v) {
+                Lanes cv;
+                std::memcpy(&cv, c + j * ldc + v * L, sizeof cv);
+                cv += sum[v][j];
+                std::memcpy(c + j * ldc + v * L, &cv, sizeof cv);
+            }
         return;
     }
     for (int64_t j = 0; j < columns; ++j)
         for (int64_t i = 0; i < rows; ++i)
-            c[i + j * ldc] += i < L ? top[j][i] : bottom[j][i - L];
+            c[i + j * ldc] += sum[i / L][j][i % L];
 }
 
+// The tiles of one packed block; at the edges of C, a tile of one vector of
+// rows, or of four columns, when that covers what is left.
 template <class Real, int VectorBytes, int NR>
 [[gnu::always_inline]] inline void block_product(const PackedBlock<Real>& block)
 {
     constexpr int MR = rows_in<Real>(VectorBytes);
+    constexpr int L = MR / 2;
+    constexpr int Narrow = NR < 4 ? NR : 4;
     for (int64_t s = 0; s < block.columns; s += NR)
-        for (int64_t r = 0; r < block.rows; r += MR)
-            micro_tile<Real, VectorBytes, NR>(block.depth, block.a + r * block.depth, block.b + s * block.depth,
-                                              block.c + r + s * block.ldc, block.ldc,
-                                              std::min<int64_t>(MR, block.rows - r),
-                                              std::min<int64_t>(NR, block.columns - s));
+        for (int64_t r = 0; r < block.rows; r += MR) {
+            const Real* a = block.a + r * block.depth;
+            const Real* b = block.b + s * block.depth;
+            Real* c = block.c + r + s * block.ldc;
+            const int64_t rows = std::min<int64_t>(MR, block.rows - r);
+            const int64_t columns = std::min<int64_t>(NR, block.columns - s);
+            if (columns <= Narrow) {
+                if (rows <= L)
+                    micro_tile<Real, VectorBytes, NR, 1, Narrow>(block.depth, a, b, c, block.ldc, rows, columns);
+                else
+                    micro_tile<Real, VectorBytes, NR, 2, Narrow>(block.depth, a, b, c, block.ldc, rows, columns);
+            } else if (rows <= L) {
+                micro_tile<Real, VectorBytes, NR, 1, NR>(block.depth, a, b, c, block.ldc, rows, columns);
+            } else {
+                micro_tile<Real, VectorBytes, NR, 2, NR>(block.depth, a, b, c, block.ldc, rows, columns);
+            }
+        }
 }
 
 template <class Real>

@@ -140,12 +140,17 @@ void Evaluator<Real>::flag_all(int64_t value)
 template <class Real>
 void Evaluator<Real>::load_row(int64_t i)
 {
+    // A kind of input the network does not take may come as a null array.
     Real* in = inputs_;
-    const int64_t* c = data_.categorical + i * data_.categorical_col_dim;
-    for (int64_t k = 0; k < data_.n_categorical; ++k)
-        in[k] = static_cast<Real>(c[k]);
-    const Real* x = data_.continuous + i * data_.continuous_col_dim;
-    std::memcpy(in + data_.n_categorical, x, static_cast<std::size_t>(data_.n_continuous) * sizeof(Real));
+    if (data_.n_categorical > 0) {
+        const int64_t* c = data_.categorical + i * data_.categorical_col_dim;
+        for (int64_t k = 0; k < data_.n_categorical; ++k)
+            in[k] = static_cast<Real>(c[k]);
+    }
+    if (data_.n_continuous > 0) {
+        const Real* x = data_.continuous + i * data_.continuous_col_dim;
+        std::memcpy(in + data_.n_categorical, x, static_cast<std::size_t>(data_.n_continuous) * sizeof(Real));
+    }
 }
 
 // Perceptrons of the first layer after the inputs read inputs; all others

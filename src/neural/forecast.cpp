@@ -83,10 +83,12 @@ Real* forecast(const Net<Real>* net, Observations<Real>& data, OptionReader& opt
     Evaluator<Real> evaluator(flat, data);
     WorkArray<Real> weights(static_cast<std::size_t>(flat.n_weights));
     const int64_t cells = (data.n_observations - 1) * s.result_col_dim + flat.n_outputs;
-    WorkArray<Real> owned(s.user_result != nullptr ? 0 : static_cast<std::size_t>(cells));
+    WorkArray<Real> owned;
+    if (s.user_result == nullptr)
+        owned.reset(static_cast<std::size_t>(cells));
     if (!evaluator.ready())
         return nullptr;
-    if (!weights.ok() || !owned.ok()) {
+    if (!weights.ok() || (s.user_result == nullptr && !owned.ok())) {
         orvls_ermes(5, 200);
         return nullptr;
     }

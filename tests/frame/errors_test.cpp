@@ -259,6 +259,12 @@ TEST(Message, Substitutions)
         {"%(C1) %(Z2%g%+gi)", "(1.000000e+00,-2.000000e+00) 3+4i"},
         {"%(L1) and %(S2)", "alpha and beta"},
         {"%(X1) stays, 100% too, %(I) and %(I0) too", "%(X1) stays, 100% too, %(I) and %(I0) too"},
+        // Templates come from the message file: a conversion that does not
+        // fit its parameter gives way to the default one.
+        {"%(I2%s) %(L1%d) %(D1%n) %(I2%*d)", "-42 alpha 5.000000e-01 -42"},
+        {"%(D1%Lf) %(I2%9999d) %(C1%g) %(Z2%g%g%g) %(S2%s%s)", "5.000000e-01 -42 (1.000000e+00,-2.000000e+00) "
+                                                                "(3.000000e+00,4.000000e+00) beta"},
+        {"%(I2%lx) %(I2%hd) %(D1%-8.3f|) %(I2%5%)", "ffffffffffffffd6 -42 0.500   | -42"},
     };
     for (const auto& c : cases) {
         orvls_e1psh(kRoutine);

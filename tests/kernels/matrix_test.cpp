@@ -151,26 +151,39 @@ TYPED_TEST(Matrix, MatrixProduct)
             }
 }
 
+// Shapes that leave full and partial tiles of one and two vectors of rows
+// and of narrow and full column slivers, with either operand transposed.
 TYPED_TEST(Matrix, BlockedProductOnEveryMicroKernel)
 {
     using Real = TypeParam;
     using orvls::kernels::InstructionSet;
-    const int m = 203, n = 29, k = 517, lda = 211, ldb = 520;
-    const auto a = random_values<Real>(size_t(lda) * k, 60);
-    const auto b = random_values<Real>(size_t(ldb) * n, 61);
-    const auto c = random_values<Real>(size_t(lda) * n, 62);
-    const Real alpha = Real(0.75), one = 1;
-    auto reference = c;
-    Api<Real>::ref_gemm("N", "N", &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &one, reference.data(), &lda, 1,
-                        1);
-    for (InstructionSet set : {InstructionSet::baseline, InstructionSet::avx2, InstructionSet::avx512}) {
-        if (!orvls::kernels::processor_supports(set))
-            continue;
-        SCOPED_TRACE(int(set));
-        auto ours = c;
-        ASSERT_TRUE(orvls::kernels::blocked_product<Real>(set, m, n, k, alpha, a.data(), lda, false, b.data(), ldb,
-                                                          false, ours.data(), lda));
-        expect_near(ours, reference, tolerance<Real>(k) * 2);
+    struct Shape {
+        int m, n, k;
+        const char *transa, *transb;
+    };
+    const Shape shapes[] = {{203, 29, 517, "N", "N"}, {50, 50, 50, "N", "N"}, {50, 50, 50, "T", "N"},
+                            {50, 5, 50, "N", "T"},    {9, 3, 40, "T", "T"},   {41, 14, 33, "N", "N"}};
+    for (const Shape& shape : shapes) {
+        const int m = shape.m, n = shape.n, k = shape.k;
+        const bool ta = shape.transa[0] == 'T', tb = shape.transb[0] == 'T';
+        const int lda = (ta ? k : m) + 3, ldb = (tb ? n : k) + 2, ldc = m + 1;
+        const auto a = random_values<Real>(size_t(lda) * (ta ? m : k), 60);
+        const auto b = random_values<Real>(size_t(ldb) * (tb ? k : n), 61);
+        const auto c = random_values<Real>(size_t(ldc) * n, 62);
+        const Real alpha = Real(0.75), one = 1;
+        auto reference = c;
+        Api<Real>::ref_gemm(shape.transa, shape.transb, &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &one,
+                            reference.data(), &ldc, 1, 1);
+        for (InstructionSet set : {InstructionSet::baseline, InstructionSet::avx2, InstructionSet::avx512}) {
+            if (!orvls::kernels::processor_supports(set))
+                continue;
+            SCOPED_TRACE(::testing::Message() << "set " << int(set) << ", " << m << " x " << n << " x " << k << " "
+                                              << shape.transa << shape.transb);
+            auto ours = c;
+            ASSERT_TRUE(orvls::kernels::blocked_product<Real>(set, m, n, k, alpha, a.data(), lda, ta, b.data(), ldb,
+                                                              tb, ours.data(), ldc));
+            expect_near(ours, reference, tolerance<Real>(k) * 2);
+        }
     }
 }
 

@@ -348,6 +348,28 @@ TEST(Reader, ShortReadFallsBack)
         "");
 }
 
+// A block table may claim records far beyond the end of the file: they read
+// short, before a text buffer is sized to the claim (a fuzzed file of 66
+// bytes once asked for 118 GB, and failed as out of memory).
+TEST(Reader, RecordsBeyondTheFileReadShort)
+{
+    // Two messages in blocks of 2^31 bytes: their reads claim 2^32 and 2^47 bytes.
+    const uint16_t words[] = {29432, 0, 2, 0, 8, 8, 31, 103, 601, 0, 1, 65535};
+    std::string contents(64, '\0');
+    for (std::size_t i = 0; i < std::size(words); ++i)
+        put_word(contents, 2 * i, words[i]);
+    MessageDir dir(contents);
+    expect_child(
+        [&](Checks& checks) {
+            use_path(dir.path());
+            checks.equal(text_of(601), std::string("Error code 601."), "record claiming 2^47 bytes");
+            checks.equal(text_of(103), std::string("Error code 103."), "record claiming 2^32 bytes");
+            checks.equal(name_of(601), std::string("601"), "its name");
+            checks.that(orvls::existing_error_block()->text_buffer == nullptr, "a text buffer was made");
+        },
+        "");
+}
+
 TEST(Reader, NoRoomForTheTextIsToldInTheMessage)
 {
     expect_child(

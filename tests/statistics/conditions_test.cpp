@@ -158,6 +158,40 @@ double* elementwise(int64_t n, int64_t m, double* x)
     return orvls_d_simple_statistics(n, m, x, ORVLS_MISSING_ELEMENTWISE, 0);
 }
 
+// Each value counts as often as the whole part of its frequency; huge
+// frequencies are counted, not copied (they once overflowed the count's
+// conversion and sized the work by the sum of the frequencies).
+TEST(SimpleStatisticsConditions, MediansCountFrequenciesOfAnySize)
+{
+    const struct {
+        double frequencies[4];
+        double median[3];
+        double deviation[3];
+    } cases[] = {
+        {{1e300, 1, 1, 1}, {1, 2, 3}, {0, 0, 0}},
+        {{2, 1, 1, 2}, {3, 2, 6}, {2, 1, 2}},  // column 0 counts 1 1 2 4 8 8
+        {{0.5, 1.75, 1, 3e18}, {8, 0, 7}, {0, 0, 0}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.frequencies[0]);
+        std::vector<double> x = kData;
+        double* result =
+            orvls_d_simple_statistics(4, 3, x.data(), ORVLS_MEDIAN_AND_SCALE, ORVLS_FREQUENCIES, c.frequencies, 0);
+        ASSERT_NE(result, nullptr);
+        for (int j = 0; j < 3; ++j) {
+            EXPECT_EQ(result[14 * 3 + j], c.median[j]) << j;
+            EXPECT_EQ(result[15 * 3 + j], c.deviation[j]) << j;
+        }
+        orvls_free_allocated_memory(result);
+    }
+    std::vector<float> x(kData.begin(), kData.end());
+    const float frequencies[4] = {3e38f, 1, 1, 1};
+    float* result = orvls_f_simple_statistics(4, 3, x.data(), ORVLS_MEDIAN, ORVLS_FREQUENCIES, frequencies, 0);
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(result[14 * 3 + 0], 1.0f);
+    orvls_free_allocated_memory(result);
+}
+
 TEST(SimpleStatisticsConditions, WarningsLeaveResultsWithUndefinedCells)
 {
     const double nan = NAN, inf = INFINITY;

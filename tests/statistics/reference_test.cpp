@@ -6,18 +6,15 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "reference_blocks.h"
 #include "statistics_support.h"
 
 namespace {
 
-struct Matrix {
-    int64_t rows = 0, columns = 0;
-    std::vector<double> values;
-};
+using Matrix = ReferenceMatrix;
 
 struct Case {
     std::string name, mode;
@@ -27,45 +24,18 @@ struct Case {
     Matrix x, frequencies, weights, expected;
 };
 
-Matrix read_matrix(std::ifstream& in, const char* label)
-{
-    std::string word;
-    Matrix m;
-    in >> word >> m.rows >> m.columns;
-    EXPECT_EQ(word, label);
-    for (int64_t k = 0; k < m.rows * m.columns; ++k) {
-        in >> word;
-        m.values.push_back(std::strtod(word.c_str(), nullptr));
-    }
-    return m;
-}
-
-std::vector<Case> read_cases()
-{
-    std::ifstream in(ORVLS_SOURCE_DIR "/tests/statistics/data/references.txt");
-    std::vector<Case> cases;
-    std::string word;
-    while (in >> word) {
-        if (word[0] == '#') {
-            std::getline(in, word);
-            continue;
-        }
-        Case c;
-        in >> c.name >> c.mode >> c.has_frequencies >> c.has_weights >> c.median >> c.conprm >> c.conprv;
-        c.x = read_matrix(in, "x");
-        if (c.has_frequencies)
-            c.frequencies = read_matrix(in, "frequencies");
-        if (c.has_weights)
-            c.weights = read_matrix(in, "weights");
-        c.expected = read_matrix(in, "expected");
-        cases.push_back(c);
-    }
-    return cases;
-}
-
 const std::vector<Case>& cases()
 {
-    static const std::vector<Case> all = read_cases();
+    static const std::vector<Case> all =
+        read_reference_cases<Case>("tests/statistics/data/references.txt", [](std::istream& in, Case& c) {
+            in >> c.name >> c.mode >> c.has_frequencies >> c.has_weights >> c.median >> c.conprm >> c.conprv;
+            c.x = read_reference_matrix(in, "x");
+            if (c.has_frequencies)
+                c.frequencies = read_reference_matrix(in, "frequencies");
+            if (c.has_weights)
+                c.weights = read_reference_matrix(in, "weights");
+            c.expected = read_reference_matrix(in, "expected");
+        });
     return all;
 }
 

@@ -203,6 +203,47 @@ std::string statistics()
                                          << ", first difference at byte " << (parted.first - got.begin());
 }
 
+// Contingency tables and the exact tests, whose workspaces grow per call.
+std::string categorical()
+{
+    ErrorCapture capture;  // the notice that the node table grew is part of the result
+    Fingerprint print;
+    double table[3 * 4] = {8, 4, 2, 1, 3, 9, 5, 2, 1, 4, 7, 14};
+    double chi_stats[10], table_stats[12], observed = 0;
+    int64_t tables = 0;
+    orvls_d_contingency_table(3, 4, table, ORVLS_CHI_SQUARED_STATS_USER, chi_stats, ORVLS_TABLE_STATS_USER,
+                              table_stats, 0);
+    print.add(chi_stats, 10);
+    print.add(table_stats, 12);
+    print.add_value(orvls_d_exact_network(3, 4, table, ORVLS_PROB_TABLE, &observed, 0));
+    print.add_value(observed);
+    print.add_value(orvls_d_exact_enumeration(3, 4, table, ORVLS_TABLE_COUNT, &tables, 0));
+    print.add_value(tables);
+    print.add_text(capture.text());
+    return print.take();
+}
+
+// A network trained from a seeded stream: the trainer draws its epochs'
+// subsets and starts from the thread's random state.
+std::string network()
+{
+    Fingerprint print;
+    double x[30 * 2], y[30], stats[5];
+    restart_streams(1, 24680);
+    orvls_d_random_uniform(60, ORVLS_RETURN_USER, x, 0);
+    for (int i = 0; i < 30; ++i)
+        y[i] = x[2 * i] * x[2 * i + 1] + 0.5 * x[2 * i];
+    orvls_d_ff_net* net = orvls_d_mlff_network_init(2, 1);
+    orvls_d_mlff_network(net, ORVLS_CREATE_HIDDEN_LAYER, 3, 0);
+    orvls_d_mlff_network(net, ORVLS_LINK_ALL, 0);
+    orvls_d_mlff_network_trainer(net, 30, 0, 2, nullptr, x, y, ORVLS_STAGE_I, 3, 20, ORVLS_MAX_ITN, 50,
+                                 ORVLS_RETURN_USER, stats, 0);
+    print.add(stats, 5);
+    print.add_owned(orvls_d_mlff_network_forecast(net, 30, 0, 2, nullptr, x, 0), 30);
+    orvls_d_mlff_network_free(net);
+    return print.take();
+}
+
 struct Family {
     const char* name;
     std::string (*run)();
@@ -211,7 +252,8 @@ struct Family {
 const std::vector<Family> kFamilies = {
     {"errors", errors},     {"printing", printing},           {"streams", streams},
     {"uniform", uniform},   {"deviates", deviates},           {"special", special},
-    {"distributions", distributions}, {"statistics", statistics},
+    {"distributions", distributions}, {"statistics", statistics}, {"categorical", categorical},
+    {"network", network},
 };
 const int kCount = static_cast<int>(kFamilies.size());
 
@@ -270,7 +312,7 @@ TEST_P(ThreadEnd, AfterTheMainThreadUsedOneFamily)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Orders, ThreadEnd, ::testing::Range(0, 8));
+INSTANTIATE_TEST_SUITE_P(Orders, ThreadEnd, ::testing::Range(0, kCount));
 
 // The first use of every family races on fresh threads: keys, once flags,
 // first blocks and value tables are all made concurrently.
