@@ -135,7 +135,7 @@ void expect_guarded_fault_trapped()
     EXPECT_EQ(last_outcome(), (Outcome{0, 0}));
 }
 
-TEST(Envelope, TheCallersHandlersActBetweenGuardedCalls)
+TEST(Envelope, AnInvalidAccessOutsideGuardedCallsGoesToTheCallersHandlers)
 {
     ErrorCapture capture;
     struct sigaction before_ill, before_segv;
