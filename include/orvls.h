@@ -1134,6 +1134,71 @@ ORVLS_API double *orvls_d_regression(int64_t n_rows, int64_t n_independent, doub
 #define ORVLS_N_DEPENDENT              20900 /**< int: number of dependent variables, at least 0; default 1 */
 #define ORVLS_SSCP_ERROR               20930 /**< real **: receives the n_dependent by n_dependent error sums of squares and cross-products */
 #define ORVLS_SSCP_ERROR_USER          20940 /**< real *: the same in the caller's array */
+
+/**
+ * @brief Best-subset regression (float form): the subsets of the candidate
+ * regressors with the best criterion, by a leaps-and-bounds search over the
+ * corrected cross-products.
+ *
+ * orvls_f_regression_selection(n_rows, n_candidate, x, y, options..., 0).
+ * x holds n_rows rows of x_col_dim values, the candidates first; y the
+ * n_rows responses.  Rows with a missing value, or a frequency or weight not
+ * above 0, are left out.  Candidates are numbered from 0.  A candidate
+ * linearly dependent on those before it in the forward ordering takes part in
+ * no subset.
+ *
+ * Results come in groups: one per subset size 1 to the largest size for
+ * R-squared, one overall for adjusted R-squared and Mallows Cp.  Within a
+ * group the subsets are best first; of two with equal criteria the one met
+ * first comes first.  An index array gives where each subset (or group)
+ * starts and has one more entry for the end.  The statistics of a subset are
+ * one row per variable: coefficient, standard error, t statistic, p-value
+ * (the intercept is not listed).
+ *
+ * Options: ORVLS_R_SQUARED (int size bound), ORVLS_ADJ_R_SQUARED,
+ * ORVLS_MALLOWS_CP, ORVLS_MAX_N_BEST, ORVLS_MAX_N_GOOD_SAVED,
+ * ORVLS_SELECTION_PRINT_ON / _OFF, ORVLS_X_COL_DIM, ORVLS_FREQUENCIES,
+ * ORVLS_WEIGHTS, ORVLS_COV_INPUT, ORVLS_INDEX_VECTORS(_USER),
+ * ORVLS_STATISTICS(_USER), ORVLS_CRITERIONS_USER, ORVLS_PRINT_TO_TEXT,
+ * ORVLS_PRINT_TO_STDOUT.  The report is produced only for a print target.
+ *
+ * Errors (type, code):
+ *  - 5, 11001: unknown option (int 1 = code, int 2 = position)
+ *  - 5, 11117: more than one criterion
+ *  - 5, 20061: size bound 0 or of magnitude above n_candidate (int 1 = bound, int 2 = n_candidate)
+ *  - 5, 603: n_candidate below 3, n_rows below 1, x_col_dim below
+ *    n_candidate, max_n_best below 1, covariance observations below 2
+ *  - 5, 600: max_n_good_saved below max_n_best
+ *  - 5, 20060: covariance input with fewer than n_candidate + 2 observations
+ *    for adjusted R-squared or Cp (int 1 = observations, int 2 = needed)
+ *  - 5, 20749: both print targets
+ *  - 5, 104: a null array given to an option
+ *  - 3, 65328: n_candidate above the mantissa bits, subsets no longer told
+ *    apart exactly (int 1 = n_candidate, int 2 = the bits)
+ *  - 3, 20105: some candidates linearly dependent and left out
+ *  - 3, 20106: total sum of squares of the response almost zero
+ *  - 4, 20104: no candidate can enter; nothing is returned
+ *  - 5, 202 / 204: memory ("n_candidate", "max_n_good_saved", and for the
+ *    results "max_n_best", "max_subset_size")
+ */
+ORVLS_API void orvls_f_regression_selection(int64_t n_rows, int64_t n_candidate, float *x, float *y, ...);
+/** @brief Best-subset regression (double form); see orvls_f_regression_selection. */
+ORVLS_API void orvls_d_regression_selection(int64_t n_rows, int64_t n_candidate, double *x, double *y, ...);
+#define ORVLS_ADJ_R_SQUARED            10050 /**< criterion: adjusted R-squared, one list over all sizes */
+#define ORVLS_MALLOWS_CP               12890 /**< criterion: Mallows Cp, one list over all sizes */
+#define ORVLS_R_SQUARED                14370 /**< int: criterion R-squared per size, sizes 1 to the magnitude of the value (default, every size) */
+#define ORVLS_MAX_N_BEST               13040 /**< int: subsets reported per size, or overall; at least 1, default 1 */
+#define ORVLS_MAX_N_GOOD_SAVED         13050 /**< int: subsets held during the search per list, at least max_n_best; default 10 */
+#define ORVLS_SELECTION_PRINT_ON       13900 /**< the report is built for the print target (default) */
+#define ORVLS_SELECTION_PRINT_OFF      15660 /**< no report */
+#define ORVLS_COV_INPUT                15670 /**< int n_observations, const real *cov: the (n_candidate + 1) square covariance matrix, row-major, response last, in place of x and y */
+#define ORVLS_INDEX_VECTORS            12290 /**< int64_t **index, int64_t **variables: receive the start of each subset in variables (n_subsets + 1 entries) and its candidates, ascending */
+#define ORVLS_INDEX_VECTORS_USER       16066 /**< int64_t *index, int64_t *variables: the same in the caller's arrays */
+#define ORVLS_STATISTICS               15610 /**< int64_t **index, real **statistics: receive the start of each subset's rows and the rows of 4 statistics */
+#define ORVLS_STATISTICS_USER          16067 /**< int64_t *index, real *statistics: the same in the caller's arrays */
+#define ORVLS_CRITERIONS_USER          16065 /**< int64_t *index, real *criterions: the start of each group (n_groups + 1 entries) and the criterion of each subset: R-squared or adjusted R-squared in percent, or Cp */
+#define ORVLS_PRINT_TO_TEXT            50100 /**< char **: receives the report as an allocated text */
+#define ORVLS_PRINT_TO_STDOUT          50110 /**< the report goes to the standard output */
 /* END REGRESSION */
 
 /* ---------------------------------------------------------------------- */
