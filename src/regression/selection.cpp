@@ -341,21 +341,6 @@ struct SelectionWork {
     }
 };
 
-// The cross-products of the call: from the data, or from the covariances
-// given, which are scaled by n - 1.  Returns the number of observations.
-template <class Real>
-Real input_sscp(int64_t n_rows, int64_t m, const Real* x, const Real* y, const SelectionSettings<Real>& s,
-                SelectionWork<Real>& w)
-{
-    if (!s.cov_input)
-        return corrected_sscp(n_rows, m, x, s.x_col_dim, y, s.frequencies, s.weights, w.means, w.sscp);
-    const Real scale = Real(s.cov_observations - 1);
-    for (int64_t b = 0; b <= m; ++b)
-        for (int64_t a = 0; a <= b; ++a)
-            w.sscp[packed(a, b)] = scale * s.covariances[a * (m + 1) + b];
-    return Real(s.cov_observations);
-}
-
 // The subsets reported: per size for R-squared, overall otherwise.
 template <class Real>
 struct Report {
@@ -633,7 +618,8 @@ void selection(int64_t n_rows, int64_t m, const Real* x, const Real* y, OptionRe
     Real power = 1;
     for (int64_t v = 0; v < m; ++v, power += power)
         w.powers[v] = power;
-    const Real n_obs = input_sscp(n_rows, m, x, y, s, w);
+    const Real n_obs = cross_products(n_rows, m, x, s.x_col_dim, y, s.frequencies, s.weights, s.cov_input,
+                                      s.cov_observations, s.covariances, w.means, w.sscp);
     if (w.sscp[packed(m, m)] < 10 * machine_table<Real>(4))
         orvls_ermes(3, 20106);
     Search<Real> search{};
