@@ -248,9 +248,11 @@ struct Search {
             const int64_t n_free = q - 1 - j;
             if (n_free == 0 || cut(child_rss, size - 1 - n_free, size - 2))
                 continue;
+            // Descendants read only the variables from j on and the response.
             Real* child = level(depth + 1);
-            std::copy(node, node + triangle(), child);
-            sweep_packed(q + 1, child, j, false);
+            for (int64_t b = j; b <= q; ++b)
+                std::copy(node + packed(j, b), node + packed(b, b) + 1, child + packed(j, b));
+            sweep_packed(q + 1, child, j, false, j);
             expand(depth + 1, child_identity, size - 1, j + 1);
         }
     }

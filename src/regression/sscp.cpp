@@ -60,19 +60,20 @@ Real corrected_sscp(int64_t n_rows, int64_t m, const Real* x, int64_t ld, const 
 }
 
 template <class Real>
-void sweep_packed(int64_t n, Real* triangle, int64_t k, bool forward)
+void sweep_packed(int64_t n, Real* triangle, int64_t k, bool forward, int64_t first)
 {
     const Real pivot = triangle[packed(k, k)];
     const Real sign = forward ? Real(1) : Real(-1);
-    for (int64_t b = 0; b < n; ++b) {
+    for (int64_t b = first; b < n; ++b) {
         if (b == k)
             continue;
-        const Real kb = triangle[packed(k, b)];
-        for (int64_t a = 0; a <= b; ++a)
+        const Real kb = triangle[packed(k, b)] / pivot;
+        Real* column = triangle + packed(0, b);
+        for (int64_t a = first; a <= b; ++a)
             if (a != k)
-                triangle[packed(a, b)] -= triangle[packed(a, k)] * kb / pivot;
+                column[a] -= triangle[packed(a, k)] * kb;
     }
-    for (int64_t a = 0; a < n; ++a)
+    for (int64_t a = first; a < n; ++a)
         if (a != k)
             triangle[packed(a, k)] = sign * triangle[packed(a, k)] / pivot;
     triangle[packed(k, k)] = Real(-1) / pivot;
@@ -82,7 +83,7 @@ template float corrected_sscp(int64_t, int64_t, const float*, int64_t, const flo
                               float*, float*);
 template double corrected_sscp(int64_t, int64_t, const double*, int64_t, const double*, const double*, const double*,
                                double*, double*);
-template void sweep_packed(int64_t, float*, int64_t, bool);
-template void sweep_packed(int64_t, double*, int64_t, bool);
+template void sweep_packed(int64_t, float*, int64_t, bool, int64_t);
+template void sweep_packed(int64_t, double*, int64_t, bool, int64_t);
 
 }  // namespace orvls::regression

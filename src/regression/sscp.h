@@ -39,8 +39,10 @@ Real cross_products(int64_t n_rows, int64_t m, const Real* x, int64_t ld, const 
 
 // Sweeps variable k of the n x n packed symmetric matrix in (forward) or out
 // (reverse).  A swept-in block holds minus the inverse of its
-// cross-products, its columns against the others the coefficients.
+// cross-products, its columns against the others the coefficients.  Only
+// the variables from `first` on are updated (k among them); the rest of the
+// matrix is left as it was.
 template <class Real>
-void sweep_packed(int64_t n, Real* triangle, int64_t k, bool forward);
+void sweep_packed(int64_t n, Real* triangle, int64_t k, bool forward, int64_t first = 0);
 
 }  // namespace orvls::regression
