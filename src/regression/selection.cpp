@@ -14,6 +14,7 @@
 #include "frame/machine.h"
 #include "frame/memory.h"
 #include "frame/options.h"
+#include "frame/tsd.h"
 #include "orvls.h"
 #include "regression/inference.h"
 #include "regression/sscp.h"
@@ -650,7 +651,12 @@ void selection(int64_t n_rows, int64_t m, const Real* x, const Real* y, OptionRe
     deliver_pair(r.statistics_index, r.statistics, r.n_subsets + 1, 4 * r.n_variables, s.statistics_index,
                  s.statistics, s.statistics_index_user, s.statistics_user);
     if (s.print_stdout && text != nullptr) {
+        // Under the output lock, so that the report never interleaves with
+        // other library output.
+        orvls_output_lock(stdout);
         std::fputs(text, stdout);
+        std::fflush(stdout);
+        orvls_output_unlock(stdout);
         std::free(text);
     } else if (text != nullptr) {
         *s.print_text = text;
