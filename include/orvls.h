@@ -1225,7 +1225,9 @@ ORVLS_API void orvls_d_regression_selection(int64_t n_rows, int64_t n_candidate,
  * ORVLS_COV_INPUT, ORVLS_LEVELS, ORVLS_FREQUENCIES, ORVLS_WEIGHTS,
  * ORVLS_X_COL_DIM; outputs ORVLS_ANOVA_TABLE(_USER) (15 values of the model
  * at the end of the call), ORVLS_COEF_T_TESTS(_USER),
- * ORVLS_COEF_VIF(_USER), ORVLS_SWEEP_OUT(_USER), ORVLS_SWEEP_HISTORY(_USER).
+ * ORVLS_COEF_VIF(_USER), ORVLS_SWEEP_OUT(_USER), ORVLS_SWEEP_HISTORY(_USER);
+ * ORVLS_PRINT_TO_TEXT or ORVLS_PRINT_TO_STDOUT for the summary of the
+ * variables moved and the steps that last moved them.
  *
  * Errors (type, code):
  *  - 5, 11001: unknown option
@@ -1235,6 +1237,7 @@ ORVLS_API void orvls_d_regression_selection(int64_t n_rows, int64_t n_candidate,
  *  - 5, 20062: a level below -1 (int 1 = variable, int 2 = level)
  *  - 5, 20063: the response's level not -1, or a candidate's -1 (same)
  *  - 4, 20064: an intermediate or last step with no search open
+ *  - 5, 20749: both print targets
  *  - 5, 104: a null array given to an option
  *  - 5, 200 / 201: memory ("n_candidate"); the open search ends
  */

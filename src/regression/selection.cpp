@@ -17,6 +17,7 @@
 #include "frame/tsd.h"
 #include "orvls.h"
 #include "regression/inference.h"
+#include "regression/report_text.h"
 #include "regression/sscp.h"
 
 namespace orvls::regression {
@@ -523,29 +524,6 @@ void deliver_pair(WorkArray<int64_t>& index, WorkArray<T>& values, int64_t n_ind
     }
 }
 
-// Appends printf-formatted text to an allocated text; false when memory
-// runs out (the text is then freed).
-bool append(char*& text, std::size_t& length, const char* format, ...)
-{
-    va_list ap, copy;
-    va_start(ap, format);
-    va_copy(copy, ap);
-    const int extra = std::vsnprintf(nullptr, 0, format, ap);
-    va_end(ap);
-    char* grown = static_cast<char*>(orvls_realloc(text, length + static_cast<std::size_t>(extra) + 1));
-    if (grown == nullptr) {
-        va_end(copy);
-        std::free(text);
-        text = nullptr;
-        return false;
-    }
-    text = grown;
-    std::vsnprintf(text + length, static_cast<std::size_t>(extra) + 1, format, copy);
-    va_end(copy);
-    length += static_cast<std::size_t>(extra);
-    return true;
-}
-
 // The report of the subsets found: per group a heading, the criteria with
 // their variables, and each subset's coefficient table.
 template <class Real>
@@ -650,17 +628,7 @@ void selection(int64_t n_rows, int64_t m, const Real* x, const Real* y, OptionRe
                  s.index_vectors, s.index_vectors_index_user, s.index_vectors_user);
     deliver_pair(r.statistics_index, r.statistics, r.n_subsets + 1, 4 * r.n_variables, s.statistics_index,
                  s.statistics, s.statistics_index_user, s.statistics_user);
-    if (s.print_stdout && text != nullptr) {
-        // Under the output lock, so that the report never interleaves with
-        // other library output.
-        orvls_output_lock(stdout);
-        std::fputs(text, stdout);
-        std::fflush(stdout);
-        orvls_output_unlock(stdout);
-        std::free(text);
-    } else if (text != nullptr) {
-        *s.print_text = text;
-    }
+    deliver_report(text, s.print_text, s.print_stdout);
 }
 
 template <class Real>

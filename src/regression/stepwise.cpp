@@ -15,6 +15,7 @@
 #include "frame/tsd.h"
 #include "orvls.h"
 #include "regression/inference.h"
+#include "regression/report_text.h"
 #include "regression/sscp.h"
 
 namespace orvls::regression {
@@ -103,6 +104,9 @@ struct StepwiseSettings {
     const Real* frequencies = nullptr;
     const Real* weights = nullptr;
     Output<Real> anova, t_tests, vif, sweep_out, history;
+    char** print_text = nullptr;
+    bool print_stdout = false;
+    int print_targets = 0;
 };
 
 template <class Real>
@@ -152,9 +156,19 @@ void read_stepwise_options(OptionReader& options, StepwiseSettings<Real>& s)
         case ORVLS_SWEEP_HISTORY_USER:
             s.history.read(options, false, "sweep_history", "ORVLS_SWEEP_HISTORY_USER");
             break;
+        case ORVLS_PRINT_TO_TEXT:
+            s.print_text = non_null_pointer<char**>(options, "text", "ORVLS_PRINT_TO_TEXT");
+            ++s.print_targets;
+            break;
+        case ORVLS_PRINT_TO_STDOUT:
+            s.print_stdout = true;
+            ++s.print_targets;
+            break;
         default: options.unknown(code);
         }
     }
+    if (s.print_targets > 1)
+        orvls_ermes(5, 20749);
     if (s.invoke != 0 && !s.n_steps_given)
         s.n_steps = 1;
 }
@@ -378,6 +392,27 @@ bool deliver(const StepwiseState<Real>& st, StepwiseSettings<Real>& s)
     return true;
 }
 
+// The summary of the search so far: each candidate moved, with the step
+// that last moved it, entries for a forward search, removals otherwise.
+template <class Real>
+char* summary_text(const StepwiseState<Real>& st)
+{
+    const char* heading = st.direction == 1   ? " * * * Forward Selection Summary * * *\n"
+                          : st.direction == 0 ? " * * * Forward Stepwise Selection Summary * * *\n"
+                                              : " * * * Backward Elimination Summary * * *\n";
+    const bool entries = st.direction >= 0;
+    char* text = nullptr;
+    std::size_t length = 0;
+    bool ok = append(text, length, "%s", heading) &&
+              append(text, length, "%s",
+                     entries ? "         Variable    Step Entered\n" : "         Variable    Step Removed\n");
+    for (int64_t j = 0; ok && j < st.m; ++j)
+        if (entries ? st.history[j] > 0 : st.history[j] < 0)
+            ok = append(text, length, "       %10ld    %10ld\n", static_cast<long>(j),
+                        static_cast<long>(std::abs(st.history[j])));
+    return text;
+}
+
 template <class Real>
 void stepwise(int64_t n_rows, int64_t m, const Real* x, const Real* y, OptionReader& options)
 {
@@ -406,7 +441,17 @@ void stepwise(int64_t n_rows, int64_t m, const Real* x, const Real* y, OptionRea
     }
     for (int64_t taken = 0; (s.n_steps < 0 || taken < s.n_steps) && take_step(*st); ++taken) {
     }
-    const bool ok = deliver(*st, s);
+    bool ok = deliver(*st, s);
+    if (ok && (s.print_text != nullptr || s.print_stdout)) {
+        char* text = summary_text(*st);
+        if (text == nullptr) {
+            orvls_e1sti(1, m);
+            orvls_e1stl(1, "n_candidate");
+            orvls_ermes(5, 201);
+            ok = false;
+        }
+        deliver_report(text, s.print_text, s.print_stdout);
+    }
     if (!ok || s.invoke == 0 || s.invoke == 3)
         st->release();
 }

@@ -142,6 +142,22 @@ TEST(StepwiseReference, AnovaOfTheFinalModel)
     std::free(anova);
 }
 
+TEST(StepwiseReference, SummaryOfBackwardElimination)
+{
+    StepwiseData d = read_data();
+    char* text = nullptr;
+    orvls_d_regression_stepwise(d.n, d.p, d.x.data(), d.y.data(), ORVLS_PRINT_TO_TEXT, &text, 0);
+    ASSERT_NE(text, nullptr);
+    // Removed in steps 1 to 4: variables 2, 1, 4, 6 (the reference run "backward").
+    EXPECT_STREQ(text, " * * * Backward Elimination Summary * * *\n"
+                       "         Variable    Step Removed\n"
+                       "                1             2\n"
+                       "                2             1\n"
+                       "                4             3\n"
+                       "                6             4\n");
+    std::free(text);
+}
+
 struct StepRefusal {
     const char* what;
     std::function<void(double*, double*)> call;
@@ -172,6 +188,12 @@ TEST(StepwiseErrors, RefusalsTable)
         {"step without a first",
          [](double* x, double* y) { orvls_d_regression_stepwise(6, 3, x, y, ORVLS_INTERMEDIATE_STEP, 0); },
          {4, 20064}},
+        {"two print targets",
+         [](double* x, double* y) {
+             static char* text;
+             orvls_d_regression_stepwise(6, 3, x, y, ORVLS_PRINT_TO_TEXT, &text, ORVLS_PRINT_TO_STDOUT, 0);
+         },
+         {5, 20749}},
         {"null levels",
          [](double* x, double* y) {
              orvls_d_regression_stepwise(6, 3, x, y, ORVLS_LEVELS, static_cast<int64_t*>(nullptr), 0);
