@@ -452,7 +452,9 @@ void stepwise(int64_t n_rows, int64_t m, const Real* x, const Real* y, OptionRea
         }
         deliver_report(text, s.print_text, s.print_stdout);
     }
-    if (!ok || s.invoke == 0 || s.invoke == 3)
+    // A fatal error anywhere, a nested routine's too, ends the search.
+    const int64_t type = orvls_n1rty(0);
+    if (!ok || (type >= 4 && type != 6) || s.invoke == 0 || s.invoke == 3)
         st->release();
 }
 
