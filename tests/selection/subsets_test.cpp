@@ -201,6 +201,26 @@ TEST(SelectionEdges, CollinearCandidateExcluded)
     EXPECT_EQ(index[4], 1 + 2 + 3 + 4);
 }
 
+// Orthogonal candidates with exactly equal criteria: the subset met first
+// (lower numbers in the forward ordering) stays ahead.
+TEST(SelectionEdges, EqualCriteriaKeepTheFirstFound)
+{
+    double x[8 * 3], y[8];
+    for (int i = 0; i < 8; ++i) {
+        const double a = (i % 2 == 0) ? 1 : -1, b = (i % 4 < 2) ? 1 : -1, c = i < 4 ? 1 : -1;
+        x[3 * i] = a;
+        x[3 * i + 1] = b;
+        x[3 * i + 2] = c;
+        y[i] = a + b + 0.5 * c + a * b * c;  // the last term is orthogonal to all three
+    }
+    std::vector<int64_t> index(7), variables(12), groups(4);
+    std::vector<double> criterions(6);
+    orvls_d_regression_selection(8, 3, x, y, ORVLS_MAX_N_BEST, 2, ORVLS_INDEX_VECTORS_USER, index.data(),
+                                 variables.data(), ORVLS_CRITERIONS_USER, groups.data(), criterions.data(), 0);
+    EXPECT_EQ(std::vector<int64_t>(variables.begin(), variables.begin() + 6), (std::vector<int64_t>{0, 1, 0, 1, 0, 2}));
+    EXPECT_EQ(criterions[0], criterions[1]);
+}
+
 TEST(SelectionEdges, ReportAndAllocatedOutputs)
 {
     ErrorCapture capture;
