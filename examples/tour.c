@@ -15,6 +15,7 @@ void tour_random(void);
 void tour_sampling(void);
 void tour_regressors(void);
 void tour_regression(void);
+void tour_selection(void);
 void tour_kalman(void);
 void tour_contingency(void);
 void tour_network(void);
@@ -33,6 +34,7 @@ int main(void)
     tour_sampling();
     tour_regressors();
     tour_regression();
+    tour_selection();
     tour_kalman();
     tour_contingency();
     tour_network();
