@@ -1134,6 +1134,56 @@ ORVLS_API double *orvls_d_regression(int64_t n_rows, int64_t n_independent, doub
 #define ORVLS_N_DEPENDENT              20900 /**< int: number of dependent variables, at least 0; default 1 */
 #define ORVLS_SSCP_ERROR               20930 /**< real **: receives the n_dependent by n_dependent error sums of squares and cross-products */
 #define ORVLS_SSCP_ERROR_USER          20940 /**< real *: the same in the caller's array */
+/**
+ * @brief Summaries of a fitted regression for one dependent variable (float
+ * form; the double form orvls_d_regression_summary is the same with double).
+ *
+ * Gives the analysis-of-variance table, the sequential sums of squares of
+ * the independent variables in their order of entry, the tests of the
+ * coefficients, their variance inflation factors and their covariances.
+ * A dropped coefficient (zero diagonal of R) has an infinite variance
+ * inflation factor, a zero row of covariances and a standard error of 0.
+ * An exact fit has an infinite F, whose probability is given as 1.0.
+ *
+ * @param regression_info the record of a fit (ORVLS_REGRESSION_INFO of orvls_f_regression)
+ * @param ...             options, each a code and its values, ended by 0:
+ *  - ORVLS_ANOVA_TABLE (float **), ORVLS_ANOVA_TABLE_USER (float *): the 15 values
+ *    (model, error, total df; model, error, total sums of squares; model and error
+ *    mean squares; F; its probability; R-squared and adjusted R-squared in percent,
+ *    the adjusted one never below 0; error standard deviation; mean of y;
+ *    coefficient of variation in percent)
+ *  - ORVLS_COEF_T_TESTS, ORVLS_COEF_T_TESTS_USER: n_parameters rows of
+ *    ORVLS_T_TESTS_COL_DIM (default 4): estimate, standard error, t, probability of a larger |t|
+ *  - ORVLS_COEF_VIF, ORVLS_COEF_VIF_USER: n_parameters variance inflation factors
+ *  - ORVLS_COEF_COVARIANCES, ORVLS_COEF_COVARIANCES_USER: n_parameters rows of
+ *    ORVLS_COEF_COV_COL_DIM (default n_parameters; the code 11060 is accepted as well)
+ *  - ORVLS_SQSS, ORVLS_SQSS_USER: one row per independent variable: df, sum of
+ *    squares, F, probability of a larger F (at least one element is allocated)
+ *  - ORVLS_DEPENDENT_INDEX (int): the dependent variable, zero-based, default 0
+ *
+ * Allocated arrays are freed by the caller.  Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position)
+ *  - 5, 104: a null array or record (strings: argument, option)
+ *  - 5, 603: regression_info->n_parameters below 1, or n_parameters - intercept negative
+ *  - 5, 602: regression_info->intercept not 0 or 1
+ *  - 5, 11061: regression_info->df_error or the error sum of squares negative
+ *  - 5, 20693: the dependent index outside 0 to n_dependent - 1 (int 1 = index, int 2 = n_dependent)
+ *  - 5, 600: ORVLS_COEF_COV_COL_DIM below n_parameters or ORVLS_T_TESTS_COL_DIM below 4
+ *  - 5, 11060: R has a zero diagonal with a non-zero in its row
+ *  - 5, 201: allocation failed (int 1 = n_independent)
+ */
+ORVLS_API void orvls_f_regression_summary(const orvls_f_regression_info *regression_info, ...);
+/** @brief Double form of orvls_f_regression_summary. */
+ORVLS_API void orvls_d_regression_summary(const orvls_d_regression_info *regression_info, ...);
+
+#define ORVLS_COEF_T_TESTS             10710 /**< real **: receives n_parameters rows of the coefficient tests */
+#define ORVLS_COEF_T_TESTS_USER        10720 /**< real *: the same in the caller's array */
+#define ORVLS_COEF_VIF                 10730 /**< real **: receives n_parameters variance inflation factors */
+#define ORVLS_COEF_VIF_USER            10740 /**< real *: the same in the caller's array */
+#define ORVLS_T_TESTS_COL_DIM          15600 /**< int: row length of the coefficient tests; default 4 */
+#define ORVLS_DEPENDENT_INDEX          20941 /**< int: the dependent variable summarised, zero-based; default 0 */
+#define ORVLS_SQSS                     40519 /**< real **: receives the sequential table, 4 values per independent variable */
+#define ORVLS_SQSS_USER                40520 /**< real *: the same in the caller's array */
 /* END REGRESSION */
 
 /* ---------------------------------------------------------------------- */
