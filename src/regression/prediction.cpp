@@ -281,10 +281,15 @@ CaseModel<Real> case_model(const Info<Real>& info, Real confidence, int64_t inde
     CaseModel<Real> model{p, info.intercept, info.rank, info.R, info.coefficients + index * p, info.df_error,
                           info.sscp_error[index + index * info.n_dependent], 0, 0, 0};
     model.s2 = model.dfe > 0 ? model.sse / model.dfe : missing_value<Real>();
-    model.t_quantile = model.dfe > 0 ? t_inverse((confidence + 100) / 200, model.dfe) : missing_value<Real>();
-    model.scheffe_factor = model.dfe > 0 && info.rank > 0
-                               ? Real(info.rank) * f_inverse(confidence / 100, Real(info.rank), model.dfe)
-                               : missing_value<Real>();
+    if (!(model.dfe > 0)) {
+        model.t_quantile = model.scheffe_factor = missing_value<Real>();
+    } else if (confidence == 0) {  // both quantiles are 0 there, outside the inverses' domain
+        model.t_quantile = model.scheffe_factor = 0;
+    } else {
+        model.t_quantile = t_inverse((confidence + 100) / 200, model.dfe);
+        model.scheffe_factor = info.rank > 0 ? Real(info.rank) * f_inverse(confidence / 100, Real(info.rank), model.dfe)
+                                             : missing_value<Real>();
+    }
     return model;
 }
 
