@@ -1214,6 +1214,10 @@ ORVLS_API void orvls_d_regression_summary(const orvls_d_regression_info *regress
  *  - ORVLS_X_COL_DIM (int): row length of x, default the number of independent variables
  *  - ORVLS_Y (const float *), ORVLS_Y_COL_DIM (int, default 1): the observed responses
  *  - ORVLS_DEPENDENT_INDEX (int): the dependent variable, zero-based, default 0
+ *  - ORVLS_X_INDICES (const int64_t *independent_columns, const int64_t *dependent_columns,
+ *    int frequency_column, int weight_column): all data in x, zero-based columns; the
+ *    response is column dependent_columns[dependent index], none when dependent_columns[0]
+ *    is negative; -1 for no frequency or weight column
  * @return the n_predict fitted values (free them unless ORVLS_RETURN_USER), or NULL after an error
  *
  * Errors (type, code: meaning):
@@ -1226,7 +1230,13 @@ ORVLS_API void orvls_d_regression_summary(const orvls_d_regression_info *regress
  *  - 5, 600: x_col_dim below the number of independent variables
  *  - 5, 20694: with ORVLS_Y, the dependent index outside 0 to y_col_dim - 1
  *  - 5, 20693: the dependent index outside 0 to n_dependent - 1
- *  - 5, 20220: a residual diagnostic without ORVLS_Y (string 1 = the first such option asked)
+ *  - 5, 20220: a residual diagnostic without ORVLS_Y (string 1 = the first such option asked,
+ *    in the order residual, standardized, deleted, Cook's distance, DFFITS)
+ *  - 5, 20696: the same with ORVLS_X_INDICES whose first dependent column is negative
+ *  - 5, 20697: ORVLS_Y together with ORVLS_X_INDICES
+ *  - 5, 20695: with ORVLS_X_INDICES, the dependent column outside 0 to x_col_dim - 1
+ *  - 5, 20467, 20468: the frequency or weight column not below x_col_dim (int 1 = column)
+ *  - 5, 20053: a regressor column outside 0 to x_col_dim - 1 (ints: place, column, x_col_dim)
  *  - 5, 11057: a negative weight (int 1 = row, real 1 = weight)
  *  - 3, 20050: a row outside the space of the fitted regressors (its diagnostics stay NaN)
  *  - 3, 20051: a leverage above 1 beyond rounding, set to 1 (real 1 = leverage)

@@ -143,6 +143,25 @@ struct PredictionSettings {
     const Real* weights = nullptr;
     const Real* y = nullptr;
     int64_t x_col_dim = -1, y_col_dim = 1, dependent_index = 0;
+    // ORVLS_X_INDICES: every datum lies in x.
+    bool x_indices = false;
+    const int64_t* independent_columns = nullptr;
+    const int64_t* dependent_columns = nullptr;
+    int64_t frequency_column = -1, weight_column = -1;
+    // The response of row i is y[i * y_row + y_offset]; none without y.
+    int64_t y_row = 0, y_offset = 0;
+
+    Real regressor(const Real* x, int64_t i, int64_t j) const
+    {
+        return x[i * x_col_dim + (independent_columns != nullptr ? independent_columns[j] : j)];
+    }
+    Real weight(const Real* x, int64_t i) const
+    {
+        if (weights != nullptr)
+            return weights[i];
+        return weight_column >= 0 ? x[i * x_col_dim + weight_column] : Real(1);
+    }
+    Real response(int64_t i) const { return y != nullptr ? y[i * y_row + y_offset] : missing_value<Real>(); }
 };
 
 template <class Real>
@@ -207,6 +226,14 @@ void read_prediction_options(OptionReader& options, PredictionSettings<Real>& s)
         case ORVLS_Y: s.y = non_null_pointer<const Real*>(options, "y", "ORVLS_Y"); break;
         case ORVLS_Y_COL_DIM: s.y_col_dim = options.integer(); break;
         case ORVLS_DEPENDENT_INDEX: s.dependent_index = options.integer(); break;
+        case ORVLS_X_INDICES:
+            s.x_indices = true;
+            s.independent_columns = non_null_pointer<const int64_t*>(options, "indices_independent",
+                                                                     "ORVLS_X_INDICES");
+            s.dependent_columns = non_null_pointer<const int64_t*>(options, "indices_dependent", "ORVLS_X_INDICES");
+            s.frequency_column = options.integer();
+            s.weight_column = options.integer();
+            break;
         default: options.unknown(code); break;
         }
     }
@@ -225,8 +252,93 @@ const char* diagnostic_needing_response(const PredictionSettings<Real>& s)
     return nullptr;
 }
 
+bool refuse_index(int64_t code, int64_t n_dependent, int64_t index)
+{
+    orvls_e1sti(1, index);
+    orvls_e1sti(2, n_dependent);
+    orvls_ermes(5, code);
+    return false;
+}
+
 template <class Real>
-bool check_prediction(int64_t n_predict, const Info<Real>& info, PredictionSettings<Real>& s)
+bool check_dependent_index(const Info<Real>& info, const PredictionSettings<Real>& s)
+{
+    const int64_t index = s.dependent_index;
+    if (s.y != nullptr && s.x_indices) {
+        orvls_ermes(5, 20697);
+        return false;
+    }
+    if (s.y != nullptr && (index < 0 || index >= s.y_col_dim))
+        return refuse_index(20694, info.n_dependent, index);
+    if (index < 0 || index >= info.n_dependent)
+        return refuse_index(20693, info.n_dependent, index);
+    if (s.x_indices && s.dependent_columns[0] >= 0 &&
+        (s.dependent_columns[index] < 0 || s.dependent_columns[index] >= s.x_col_dim))
+        return refuse_index(20695, info.n_dependent, index);
+    return true;
+}
+
+// Without ORVLS_X_INDICES: the responses come with ORVLS_Y, if at all.
+template <class Real>
+bool check_responses(PredictionSettings<Real>& s)
+{
+    const char* needs_response = diagnostic_needing_response(s);
+    if (s.y == nullptr && needs_response != nullptr) {
+        orvls_e1stl(1, needs_response);
+        orvls_ermes(5, 20220);
+        return false;
+    }
+    s.y_row = s.y_col_dim;
+    s.y_offset = s.dependent_index;
+    return true;
+}
+
+bool refuse_column(int64_t code, int64_t column, int64_t x_col_dim)
+{
+    orvls_e1sti(1, column);
+    orvls_e1sti(2, x_col_dim);
+    orvls_ermes(5, code);
+    return false;
+}
+
+// With ORVLS_X_INDICES: every column named lies in a row of x, and the
+// responses are the dependent column, if there is one.
+template <class Real>
+bool check_data_columns(int64_t m, PredictionSettings<Real>& s, const Real* x)
+{
+    for (int64_t j = 0; j < m; ++j) {
+        const int64_t column = s.independent_columns[j];
+        if (column < 0 || column >= s.x_col_dim) {
+            orvls_e1sti(1, j + 1);
+            orvls_e1sti(2, column);
+            orvls_e1sti(3, s.x_col_dim);
+            orvls_e1stl(1, "indices_independent");
+            orvls_e1stl(2, "n_independent");
+            orvls_ermes(5, 20053);
+            return false;
+        }
+    }
+    if (s.frequency_column >= s.x_col_dim)
+        return refuse_column(20467, s.frequency_column, s.x_col_dim);
+    if (s.weight_column >= s.x_col_dim)
+        return refuse_column(20468, s.weight_column, s.x_col_dim);
+    const char* needs_response = diagnostic_needing_response(s);
+    if (s.dependent_columns[0] < 0) {
+        if (needs_response != nullptr) {
+            orvls_e1stl(1, needs_response);
+            orvls_ermes(5, 20696);
+            return false;
+        }
+        return true;
+    }
+    s.y = x;
+    s.y_row = s.x_col_dim;
+    s.y_offset = s.dependent_columns[s.dependent_index];
+    return true;
+}
+
+template <class Real>
+bool check_prediction(int64_t n_predict, const Info<Real>& info, PredictionSettings<Real>& s, const Real* x)
 {
     int64_t checks = 0;
     orvls_check_range(n_predict, "n_predict", 1, 0, &checks);
@@ -252,26 +364,7 @@ bool check_prediction(int64_t n_predict, const Info<Real>& info, PredictionSetti
         s.x_col_dim = m;
     if (!orvls_check_col_dim(s.x_col_dim, "x_col_dim", m, "regression_info->n_independent"))
         return false;
-    const int64_t index = s.dependent_index;
-    if (s.y != nullptr && (index < 0 || index >= s.y_col_dim)) {
-        orvls_e1sti(1, index);
-        orvls_e1sti(2, info.n_dependent);
-        orvls_ermes(5, 20694);
-        return false;
-    }
-    if (index < 0 || index >= info.n_dependent) {
-        orvls_e1sti(1, index);
-        orvls_e1sti(2, info.n_dependent);
-        orvls_ermes(5, 20693);
-        return false;
-    }
-    const char* needs_response = diagnostic_needing_response(s);
-    if (s.y == nullptr && needs_response != nullptr) {
-        orvls_e1stl(1, needs_response);
-        orvls_ermes(5, 20220);
-        return false;
-    }
-    return true;
+    return check_dependent_index(info, s) && (s.x_indices ? check_data_columns(m, s, x) : check_responses(s));
 }
 
 template <class Real>
@@ -303,7 +396,7 @@ bool case_table(const CaseModel<Real>& model, int64_t n_predict, const Real* x, 
     for (int64_t i = 0; i < n_predict; ++i) {
         Real* row = table + i * kCaseValues;
         std::fill(row, row + kCaseValues, missing_value<Real>());
-        const Real w = s.weights != nullptr ? s.weights[i] : Real(1);
+        const Real w = s.weight(x, i);
         if (w < 0) {
             orvls_e1sti(1, i);
             orvls_e1std(1, double(w));
@@ -312,14 +405,15 @@ bool case_table(const CaseModel<Real>& model, int64_t n_predict, const Real* x, 
         }
         if (model.intercept)
             z[0] = 1;
-        std::copy(x + i * s.x_col_dim, x + i * s.x_col_dim + m, z + model.intercept);
+        for (int64_t j = 0; j < m; ++j)
+            z[model.intercept + j] = s.regressor(x, i, j);
         Real fitted = 0;
         bool missing = std::isnan(w);
         for (int64_t j = 0; j < model.p; ++j) {
             missing = missing || std::isnan(z[j]);
             fitted += z[j] * model.b[j];
         }
-        row[kObserved] = s.y != nullptr ? s.y[i * s.y_col_dim + s.dependent_index] : missing_value<Real>();
+        row[kObserved] = s.response(i);
         if (missing)
             continue;
         row[kPredicted] = fitted;
@@ -387,7 +481,7 @@ Real* regression_prediction(const Info<Real>* info, int64_t n_predict, const Rea
         orvls_ermes(5, 104);
         return nullptr;
     }
-    if (!check_prediction<Real>(n_predict, *info, s))
+    if (!check_prediction<Real>(n_predict, *info, s, x))
         return nullptr;
     Real* fitted_values = nullptr;
     Output<Real> fitted;

@@ -216,6 +216,71 @@ TEST(RegressionPrediction, ErrorsAreRefusedWithTheirCodes)
     }
 }
 
+// All data in x through ORVLS_X_INDICES: the weighted reference again,
+// with the weight first and the response last in each row.
+TEST(RegressionPrediction, DataColumnsInX)
+{
+    const std::vector<Fit> fits = read_fits(kReferences);
+    const Fit& fit = fits.back();
+    std::vector<double> x = fit.values.at("x"), y = fit.values.at("y"), w = fit.values.at("weights");
+    orvls_d_regression_info* info = nullptr;
+    std::free(orvls_d_regression(fit.n(), fit.p(), x.data(), y.data(), ORVLS_WEIGHTS, w.data(),
+                                 ORVLS_REGRESSION_INFO, &info, 0));
+    ASSERT_NE(info, nullptr);
+    const int64_t n = fit.n(), p = fit.p(), ld = p + 3;
+    std::vector<double> data(size_t(n * ld), -99.0);
+    for (int64_t i = 0; i < n; ++i) {
+        data[size_t(i * ld)] = w[size_t(i)];
+        for (int64_t j = 0; j < p; ++j)
+            data[size_t(i * ld + 1 + j)] = x[size_t(i * p + j)];
+        data[size_t(i * ld + p + 2)] = y[size_t(i)];
+    }
+    const int64_t independent[] = {1, 2, 3}, dependent[] = {p + 2};
+    std::vector<double> deleted(static_cast<size_t>(n)), dffits(static_cast<size_t>(n));
+    double* fitted = orvls_d_regression_prediction(info, n, data.data(), ORVLS_X_COL_DIM, ld, ORVLS_X_INDICES,
+                                                   independent, dependent, int64_t(-1), int64_t(0),
+                                                   ORVLS_DELETED_RESIDUAL_USER, deleted.data(), ORVLS_DFFITS_USER,
+                                                   dffits.data(), 0);
+    ASSERT_NE(fitted, nullptr);
+    for (int64_t i = 0; i < n; ++i) {
+        EXPECT_NEAR(fitted[i], fit.values.at("fitted")[size_t(i)], 1e-10);
+        EXPECT_NEAR(deleted[size_t(i)], fit.values.at("deleted")[size_t(i)], 1e-10);
+        EXPECT_NEAR(dffits[size_t(i)], fit.values.at("dffits")[size_t(i)], 1e-10);
+    }
+    std::free(fitted);
+    std::free(info);
+}
+
+TEST(RegressionPrediction, DataColumnErrors)
+{
+    static double x[] = {1, 2, 3, 4, 5, 6}, out[2];
+    static const int64_t good[] = {0}, beyond[] = {3}, response[] = {1}, no_response[] = {-1}, far[] = {5};
+    auto call = [](orvls_d_regression_info* i, const int64_t* independent, const int64_t* dependent,
+                   int64_t frequency, int64_t weight, auto... more) {
+        return orvls_d_regression_prediction(i, 2, x, ORVLS_X_COL_DIM, int64_t(3), ORVLS_X_INDICES, independent,
+                                             dependent, frequency, weight, more..., 0);
+    };
+    const std::vector<ErrorCase> cases = {
+        {"y as well", [&](auto* i) { return call(i, good, response, -1, -1, ORVLS_Y, x); }, {5, 20697}},
+        {"response column beyond x", [&](auto* i) { return call(i, good, far, -1, -1); }, {5, 20695}},
+        {"diagnostic without response",
+         [&](auto* i) { return call(i, good, no_response, -1, -1, ORVLS_RESIDUAL_USER, out); }, {5, 20696}},
+        {"frequency column", [&](auto* i) { return call(i, good, response, 3, -1); }, {5, 20467}},
+        {"weight column", [&](auto* i) { return call(i, good, response, -1, 3); }, {5, 20468}},
+        {"regressor column", [&](auto* i) { return call(i, beyond, response, -1, -1); }, {5, 20053}},
+    };
+    for (const ErrorCase& c : cases) {
+        ErrorCapture capture;
+        orvls_d_regression_info* info = small_fit(6);
+        ASSERT_NE(info, nullptr);
+        double* fitted = c.call(info);
+        EXPECT_EQ(fitted, nullptr) << c.name;
+        EXPECT_EQ(last_outcome(), c.expected) << c.name << ": " << capture.text();
+        std::free(fitted);
+        std::free(info);
+    }
+}
+
 // The diagnostic that names a missing response is the first asked, in
 // the order residual, standardized, deleted, Cook's distance, DFFITS.
 TEST(RegressionPrediction, MissingResponseNamesTheFirstDiagnostic)
