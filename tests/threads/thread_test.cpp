@@ -25,7 +25,7 @@ public:
     void add(const T* values, int64_t n)
     {
         if (values == nullptr) {
-            text_ += "<null>";
+            ADD_FAILURE() << "a routine returned no result";
             return;
         }
         text_.append(reinterpret_cast<const char*>(values), static_cast<std::size_t>(n) * sizeof(T));
@@ -244,6 +244,46 @@ std::string network()
     return print.take();
 }
 
+// A fit in a sequence of calls, whose open sequence lives with its thread:
+// the rows in three chunks, then the coefficients and their covariances.
+std::string regression()
+{
+    Fingerprint print;
+    double x[24 * 2], y[24];
+    for (int i = 0; i < 24; ++i) {
+        x[2 * i] = i % 7;
+        x[2 * i + 1] = std::cos(i * 0.3);
+        y[i] = 1.5 + 0.25 * x[2 * i] - 2 * x[2 * i + 1] + std::sin(i * 1.7) / 10;
+    }
+    double* covariances = nullptr;
+    orvls_d_regression(8, 2, x, y, ORVLS_IDO, 1, 0);
+    orvls_d_regression(8, 2, x + 16, y + 8, ORVLS_IDO, 2, 0);
+    print.add_owned(orvls_d_regression(8, 2, x + 32, y + 16, ORVLS_IDO, 3, ORVLS_COEF_COVARIANCES, &covariances, 0),
+                    3);
+    print.add_owned(covariances, 9);
+    return print.take();
+}
+
+// A local level filtered over a short series; the caller holds the state.
+std::string kalman()
+{
+    Fingerprint print;
+    const double z = 1, r = 1, t = 1, q = 0.25;
+    double level = 0, level_var = 100, ss = 0, log_det = 0;
+    int64_t n_rank = 0;
+    for (int k = 0; k < 12; ++k) {
+        const double y = 4 + std::sin(k * 0.9);
+        orvls_d_kalman(1, &level, &level_var, &n_rank, &ss, &log_det, ORVLS_MEASUREMENT, 1, &y, &z, &r,
+                       ORVLS_TRANSITION, &t, ORVLS_STATE_NOISE, &q, 0);
+        print.add_value(level);
+        print.add_value(level_var);
+    }
+    print.add_value(n_rank);
+    print.add_value(ss);
+    print.add_value(log_det);
+    return print.take();
+}
+
 struct Family {
     const char* name;
     std::string (*run)();
@@ -253,7 +293,7 @@ const std::vector<Family> kFamilies = {
     {"errors", errors},     {"printing", printing},           {"streams", streams},
     {"uniform", uniform},   {"deviates", deviates},           {"special", special},
     {"distributions", distributions}, {"statistics", statistics}, {"categorical", categorical},
-    {"network", network},
+    {"network", network},   {"regression", regression},       {"kalman", kalman},
 };
 const int kCount = static_cast<int>(kFamilies.size());
 
