@@ -1,5 +1,6 @@
-// Array results of the regression family: allocated by the routine (the
-// option gives the address that receives it) or the caller's own array.
+// Results of the regression family: arrays allocated by the routine (the
+// option gives the address that receives it) or the caller's own, and the
+// error level that withholds them.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +10,9 @@
 #include "frame/options.h"
 
 namespace orvls::regression {
+
+// An error level that withholds the results: fatal, but not a note.
+inline bool is_fatal(int64_t type) { return type >= 4 && type != 6; }
 
 // An array result: allocated here (ORVLS_X, the address receives it) or
 // the caller's (ORVLS_X_USER).  An allocated one is freed unless handed over.

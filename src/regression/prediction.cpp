@@ -11,6 +11,7 @@
 #include "frame/machine.h"
 #include "frame/memory.h"
 #include "frame/options.h"
+#include "frame/tsd.h"
 #include "kernels/girts.h"
 #include "orvls.h"
 #include "regression/inference.h"
@@ -20,8 +21,6 @@ namespace orvls::regression {
 
 namespace {
 
-bool is_fatal(int64_t type) { return type >= 4 && type != 6; }
-
 template <class Real>
 using Info = std::conditional_t<std::is_same_v<Real, float>, orvls_f_regression_info, orvls_d_regression_info>;
 
@@ -29,6 +28,37 @@ inline float t_inverse(float p, float df) { return orvls_f_t_inverse(p, df); }
 inline double t_inverse(double p, double df) { return orvls_d_t_inverse(p, df); }
 inline float f_inverse(float p, float df1, float df2) { return orvls_f_F_inverse_cdf(p, df1, df2); }
 inline double f_inverse(double p, double df1, double df2) { return orvls_d_F_inverse_cdf(p, df1, df2); }
+
+// The t quantiles of the last limits formed on this thread, with the
+// degrees of freedom and the confidences they were formed for, so that a
+// caller that predicts one row per call pays for them once.  A zeroed
+// record (degrees of freedom 0) matches no request that needs a quantile.
+template <class Real>
+struct QuantileCache {
+    Real dfe, confidence_mean, confidence_new, t_mean, t_new;
+};
+
+template <class Real>
+using QuantileRecord = ThreadRecord<QuantileCache<Real>>;
+
+// The t quantile at (confidence + 100) / 200 with dfe > 0 degrees of
+// freedom, through the thread's cache; false when the record cannot be had.
+template <class Real>
+bool t_quantile(Real dfe, Real confidence, Real* quantile)
+{
+    QuantileCache<Real>* cache = QuantileRecord<Real>::get();
+    if (cache == nullptr) {
+        orvls_ermes(5, 200);
+        return false;
+    }
+    if (cache->dfe != dfe || cache->confidence_mean != confidence || cache->confidence_new != confidence) {
+        cache->t_mean = cache->t_new = t_inverse((confidence + 100) / 200, dfe);
+        cache->dfe = dfe;
+        cache->confidence_mean = cache->confidence_new = confidence;
+    }
+    *quantile = cache->t_mean;
+    return true;
+}
 
 // Places of a row of the case table.
 enum CasePlace : int64_t {
@@ -367,11 +397,12 @@ bool check_prediction(int64_t n_predict, const Info<Real>& info, PredictionSetti
     return check_dependent_index(info, s) && (s.x_indices ? check_data_columns(m, s, x) : check_responses(s));
 }
 
+// False when the quantile cache cannot be had.
 template <class Real>
-CaseModel<Real> case_model(const Info<Real>& info, Real confidence, int64_t index)
+bool case_model(const Info<Real>& info, Real confidence, int64_t index, CaseModel<Real>& model)
 {
     const int64_t p = info.n_parameters;
-    CaseModel<Real> model{p, info.intercept, info.rank, info.R, info.coefficients + index * p, info.df_error,
+    model = CaseModel<Real>{p, info.intercept, info.rank, info.R, info.coefficients + index * p, info.df_error,
                           info.sscp_error[index + index * info.n_dependent], 0, 0, 0};
     model.s2 = model.dfe > 0 ? model.sse / model.dfe : missing_value<Real>();
     if (!(model.dfe > 0)) {
@@ -379,11 +410,12 @@ CaseModel<Real> case_model(const Info<Real>& info, Real confidence, int64_t inde
     } else if (confidence == 0) {  // both quantiles are 0 there, outside the inverses' domain
         model.t_quantile = model.scheffe_factor = 0;
     } else {
-        model.t_quantile = t_inverse((confidence + 100) / 200, model.dfe);
+        if (!t_quantile(model.dfe, confidence, &model.t_quantile))
+            return false;
         model.scheffe_factor = info.rank > 0 ? Real(info.rank) * f_inverse(confidence / 100, Real(info.rank), model.dfe)
                                              : missing_value<Real>();
     }
-    return model;
+    return true;
 }
 
 // The case table, one row of kCaseValues per case; false when a negative
@@ -499,8 +531,9 @@ Real* regression_prediction(const Info<Real>* info, int64_t n_predict, const Rea
     }
     if (!allocate_outputs(s, fitted, n_predict))
         return nullptr;
-    const CaseModel<Real> model = case_model(*info, s.confidence, s.dependent_index);
-    if (!case_table(model, n_predict, x, s, work.get(), work.get() + p, table.get()))
+    CaseModel<Real> model;
+    if (!case_model(*info, s.confidence, s.dependent_index, model) ||
+        !case_table(model, n_predict, x, s, work.get(), work.get() + p, table.get()))
         return nullptr;
     deliver(s, fitted, table.get(), n_predict);
     return s.return_user != nullptr ? s.return_user : fitted_values;

@@ -31,8 +31,6 @@ using Info = std::conditional_t<std::is_same_v<Real, float>, orvls_f_regression_
 // follow them need no memory proportional to the data.
 constexpr int64_t kBlockRows = 256;
 
-bool is_fatal(int64_t type) { return type >= 4 && type != 6; }
-
 // The accumulation state of the thread's open sequence.  Every array lies in
 // one block; the sums of y about their running mean serve the ANOVA table.
 template <class Real>

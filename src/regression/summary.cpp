@@ -22,8 +22,6 @@ namespace orvls::regression {
 
 namespace {
 
-bool is_fatal(int64_t type) { return type >= 4 && type != 6; }
-
 // The zero-based coefficient range [first, last) of effect e.
 struct EffectRange {
     int64_t first, last;

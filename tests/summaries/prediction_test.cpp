@@ -164,11 +164,44 @@ TEST(RegressionPrediction, ConfidenceBelowFiftyIsANote)
     std::free(info);
 }
 
+// The thread's quantile cache follows changes of the confidence.
+TEST(RegressionPrediction, LimitsFollowTheConfidence)
+{
+    orvls_d_regression_info* info = small_fit(6);
+    ASSERT_NE(info, nullptr);
+    double x[] = {2}, width[3];
+    const double confidences[] = {95, 90, 95};
+    for (int k = 0; k < 3; ++k) {
+        double lower, upper;
+        std::free(orvls_d_regression_prediction(info, 1, x, ORVLS_CONFIDENCE, confidences[k],
+                                                ORVLS_NEW_OBSERVATION_LIMITS_USER, &lower, &upper, 0));
+        width[k] = upper - lower;
+    }
+    EXPECT_EQ(width[0], width[2]);
+    EXPECT_LT(width[1], width[0]);
+    std::free(info);
+}
+
 struct ErrorCase {
     const char* name;
     std::function<double*(orvls_d_regression_info*)> call;
     Outcome expected;
 };
+
+// Each case on a fresh record: no result, and its type and code.
+void run_error_cases(const std::vector<ErrorCase>& cases)
+{
+    for (const ErrorCase& c : cases) {
+        ErrorCapture capture;
+        orvls_d_regression_info* info = small_fit(6);
+        ASSERT_NE(info, nullptr);
+        double* fitted = c.call(info);
+        EXPECT_EQ(fitted, nullptr) << c.name;
+        EXPECT_EQ(last_outcome(), c.expected) << c.name << ": " << capture.text();
+        std::free(fitted);
+        std::free(info);
+    }
+}
 
 TEST(RegressionPrediction, ErrorsAreRefusedWithTheirCodes)
 {
@@ -204,16 +237,7 @@ TEST(RegressionPrediction, ErrorsAreRefusedWithTheirCodes)
         {"negative weight",
          [](auto* i) { return orvls_d_regression_prediction(i, 2, x, ORVLS_WEIGHTS, negative, 0); }, {5, 11057}},
     };
-    for (const ErrorCase& c : cases) {
-        ErrorCapture capture;
-        orvls_d_regression_info* info = small_fit(6);
-        ASSERT_NE(info, nullptr);
-        double* fitted = c.call(info);
-        EXPECT_EQ(fitted, nullptr) << c.name;
-        EXPECT_EQ(last_outcome(), c.expected) << c.name << ": " << capture.text();
-        std::free(fitted);
-        std::free(info);
-    }
+    run_error_cases(cases);
 }
 
 // All data in x through ORVLS_X_INDICES: the weighted reference again,
@@ -269,16 +293,7 @@ TEST(RegressionPrediction, DataColumnErrors)
         {"weight column", [&](auto* i) { return call(i, good, response, -1, 3); }, {5, 20468}},
         {"regressor column", [&](auto* i) { return call(i, beyond, response, -1, -1); }, {5, 20053}},
     };
-    for (const ErrorCase& c : cases) {
-        ErrorCapture capture;
-        orvls_d_regression_info* info = small_fit(6);
-        ASSERT_NE(info, nullptr);
-        double* fitted = c.call(info);
-        EXPECT_EQ(fitted, nullptr) << c.name;
-        EXPECT_EQ(last_outcome(), c.expected) << c.name << ": " << capture.text();
-        std::free(fitted);
-        std::free(info);
-    }
+    run_error_cases(cases);
 }
 
 // The diagnostic that names a missing response is the first asked, in
@@ -313,7 +328,10 @@ TEST(RegressionPrediction, EachAllocationFailureIsRefusedCleanly)
                 std::free(q);
             break;
         }
-        EXPECT_EQ(last_outcome(), (Outcome{5, 201})) << failing;
+        // 200: the thread's quantile record could not be made.
+        const Outcome outcome = last_outcome();
+        EXPECT_TRUE(outcome == (Outcome{5, 201}) || outcome == (Outcome{5, 200}))
+            << failing << ": " << outcome.type << " " << outcome.code;
         for (void* q : {(void*)leverage, (void*)lower, (void*)upper, (void*)residual})
             EXPECT_EQ(q, nullptr) << failing;
     }
