@@ -9,15 +9,21 @@
 
 namespace orvls {
 
-// Installs (on) or restores (off) the handlers of the trapped signals.
+// Enters (on) or leaves (off) a guarded call: the trapped signals are taken
+// from the caller's handlers at the first entry and then kept.
 void orvls_signal_guard(ErrorBlock* block, int on);
+// Gives the trapped signals back to the handlers the guard displaced, unless
+// the caller has installed others since; called when trapping is switched.
+void hand_back_signals();
 
-// Runs the worker under the signal guard.  After the jump buffer is set,
+// Runs the worker under the signal guard and returns its result, or
+// `failure` when a trapped signal ends it.  After the jump buffer is set,
 // the block is fetched afresh rather than kept in a register that a jump
 // back could have clobbered.
 template <class R, class Worker>
-inline void run_guarded(ErrorBlock* block, volatile R& result, Worker& worker)
+inline R run_guarded(ErrorBlock* block, R failure, Worker& worker)
 {
+    volatile R result = failure;
     const int64_t depth = block->guard_depth++;
     if (sigsetjmp(block->saved_context[depth], 0) == 0) {
         orvls_signal_guard(existing_error_block(), 1);
@@ -27,6 +33,18 @@ inline void run_guarded(ErrorBlock* block, volatile R& result, Worker& worker)
         orvls_ermes(5, 102);
     }
     orvls_signal_guard(existing_error_block(), 0);
+    return result;
+}
+
+// Runs `body` as a named level of the error stack: errors it raises are
+// recorded against `name` and passed on at the pop.
+template <class Body>
+inline auto within(const char* name, Body&& body)
+{
+    push(orvls_error_block(), name);
+    const auto value = body();
+    pop(existing_error_block(), name);
+    return value;
 }
 
 // Runs `worker` (which returns R) as the public routine `name`; returns
@@ -37,12 +55,13 @@ inline R envelope(const char* name, R failure, Worker&& worker)
 {
     ErrorBlock* block = orvls_error_block();
     push(block, name);
-    volatile R result = failure;
+    R result = failure;
     if (block->current_type[0] == 0) {
-        if (signal_trapping.load(std::memory_order_relaxed) == 0 || block->guard_depth >= kGuardLevels)
+        // A routine called inside a guarded call runs under that call's guard.
+        if (signal_trapping.load(std::memory_order_relaxed) == 0 || block->guard_depth > 0)
             result = worker();
         else
-            run_guarded(block, result, worker);
+            result = run_guarded(block, failure, worker);
     }
     pop(existing_error_block(), name);
     return result;

@@ -91,7 +91,9 @@ void refuse_call(ErrorBlock* block);
 void leave_trapped_levels(ErrorBlock* block, const char* name);
 void check_popped_name(ErrorBlock* block, const char* name);
 void report_return(ErrorBlock* block, const char* name);
-orvls_checksum_hook checksum_hook();
+// The library-wide observer of reports (orvls_set_at_checksum), read at every pop.
+extern std::atomic<orvls_checksum_hook> at_checksum_hook;
+inline orvls_checksum_hook checksum_hook() { return at_checksum_hook.load(std::memory_order_relaxed); }
 
 // Push a routine's name (the envelope's fast path, on a block in hand).
 inline void push(ErrorBlock* block, const char* name)

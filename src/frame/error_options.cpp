@@ -141,6 +141,7 @@ void set_signal_trapping(int32_t value)
     orvls_once(&signal_flag_once, make_signal_flag_lock);
     LockGuard hold(&signal_flag_lock);
     signal_trapping.store(value, std::memory_order_relaxed);
+    hand_back_signals();
 }
 
 }  // namespace orvls

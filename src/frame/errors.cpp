@@ -16,6 +16,7 @@ namespace orvls {
 std::atomic<int32_t> signal_trapping{1};
 ErrorBlock* first_error_block = nullptr;  // compared with null only, never followed
 std::atomic<int32_t> threads_with_trapping{0};
+std::atomic<orvls_checksum_hook> at_checksum_hook{nullptr};
 
 namespace {
 
@@ -23,7 +24,6 @@ constexpr int64_t kInitialMessageCapacity = 2048;
 constexpr int64_t kMessageHeadroom = 512;
 constexpr char kOutOfMemoryText[] = "Out of memory in error handler.";
 
-std::atomic<orvls_checksum_hook> at_checksum_hook{nullptr};
 std::atomic<int64_t> n1rnof_counter{0};
 
 OnceFlag first_block_once{0};
@@ -411,8 +411,6 @@ void check_popped_name(ErrorBlock* block, const char* name)
     orvls_e1stl(2, top->name);
     record(block, 8, 60001, orvls_message_text(60001));
 }
-
-orvls_checksum_hook checksum_hook() { return at_checksum_hook.load(std::memory_order_relaxed); }
 
 void report_return(ErrorBlock* block, const char* name)
 {

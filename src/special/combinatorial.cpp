@@ -35,13 +35,12 @@ Real plus_one(int64_t n)
 // the error it raised (immediate) has been printed already, and a return
 // that skips the pop neither reports again nor stops.  The entry still
 // hands its type and code down, so the caller can read them.
-void leave_without_report(const char* name)
+void leave_without_report(ErrorBlock* block, const char* name)
 {
-    ErrorBlock* block = orvls_error_block();
     ErrorStackEntry* below = block->error_stack_top - 1;
     const int8_t user_call = below->user_call;
     below->user_call = 0;
-    orvls_e1pop(name);
+    pop(block, name);
     below->user_call = user_call;
 }
 
@@ -114,14 +113,14 @@ template <class Real>
 int64_t factorial_routine(int64_t n)
 {
     const char* name = public_name<Real>("orvls_f_factorial", "orvls_d_factorial");
-    orvls_e1psh(name);
+    push(orvls_error_block(), name);
     int64_t checks = 0;
     if (!orvls_check_range(n, "n", 0, -1, &checks)) {
-        leave_without_report(name);
+        leave_without_report(existing_error_block(), name);
         return 0;
     }
     const int64_t value = truncate_to_integer(gamma_routine(plus_one<Real>(n)));
-    orvls_e1pop(name);
+    pop(existing_error_block(), name);
     return value;
 }
 

@@ -11,6 +11,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "frame/error_block.h"
 #include "orvls.h"
 
 namespace orvls::special {
@@ -323,10 +324,14 @@ inline void raise_error(int64_t type, int64_t code, std::initializer_list<double
 // Type 0 with code 0 clears the error of the running routine.
 inline void clear_error() { orvls_e1mes(kNoError, kNoError, " "); }
 
+// The error type of the running routine (0) or of the one popped last (1),
+// as orvls_n1rty gives them.
+inline int64_t error_type(int level) { return orvls_error_block()->current_type[level]; }
+
 // Clears the error of the running routine when its type is 1 to below - 1.
 inline void clear_error_below(int64_t below)
 {
-    const int64_t type = orvls_n1rty(0);
+    const int64_t type = error_type(0);
     if (type > 0 && type < below)
         clear_error();
 }
@@ -335,11 +340,11 @@ inline void clear_error_below(int64_t below)
 // just handed up by the routine called last.
 inline void clear_error_left_by_last_call(int64_t type)
 {
-    if (orvls_n1rty(1) == type && orvls_n1rty(0) == type)
+    if (error_type(1) == type && error_type(0) == type)
         clear_error();
 }
 
 // A terminal error of the running routine stands.
-inline bool terminal_error_stands() { return orvls_n1rty(0) == 5; }
+inline bool terminal_error_stands() { return error_type(0) == 5; }
 
 }  // namespace orvls::special

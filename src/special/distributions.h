@@ -19,17 +19,6 @@ using special::raise_error;
 
 // ---- Frame helpers ---------------------------------------------------------
 
-// Runs `body` as a named level of the error stack: errors it raises are
-// recorded against `name` and passed on at the pop.
-template <class Body>
-inline auto within(const char* name, Body&& body)
-{
-    push(orvls_error_block(), name);
-    const auto value = body();
-    pop(existing_error_block(), name);
-    return value;
-}
-
 // A public routine of the family: the float or double name by element type,
 // NaN when the worker does not run.
 template <class Real, class Worker>

@@ -2,6 +2,7 @@
 // inverse of erfc.
 #include <cmath>
 
+#include "frame/envelope.h"
 #include "special/common.h"
 #include "special/special.h"
 
@@ -11,17 +12,14 @@ using namespace special;
 
 namespace {
 
-// Finds the three term counts of the family (erf, erfc beyond 2, erfc on (1, 2]).
+// The three term counts of the family (erf, erfc beyond 2, erfc on (1, 2]),
+// the lengths orvls_initds finds for the tolerance, found at compile time.
 template <class Real>
 void find_term_counts(int64_t counts[3])
 {
-    const Real eta = kSeriesTolerance<Real>;
-    const auto& t = Tables<Real>::erfcs;
-    const auto& cc = Tables<Real>::erfccs;
-    const auto& c2 = Tables<Real>::erc2cs;
-    counts[0] = orvls_initds(t.data(), int64_t(t.terms.size()), eta);
-    counts[1] = orvls_initds(cc.data(), int64_t(cc.terms.size()), eta);
-    counts[2] = orvls_initds(c2.data(), int64_t(c2.terms.size()), eta);
+    counts[0] = Tables<Real>::erfcs.length;
+    counts[1] = Tables<Real>::erfccs.length;
+    counts[2] = Tables<Real>::erc2cs.length;
 }
 
 // The calling thread's term counts, found on first use; null (type 5,
@@ -136,7 +134,8 @@ Real l_erfce(Real x, int64_t counts[3])
 template <class Real>
 Real erfc_inverse_value(Real x)
 {
-    int64_t counts[3] = {0, 0, 0};  // l_erfce's, shared by the Newton rounds
+    int64_t counts[3];  // l_erfce's, shared by the Newton rounds
+    find_term_counts<Real>(counts);
     if (x <= 0 || x >= 2) {
         orvls_e1stl(1, "x");
         raise_error(4, 120, {0.0, 2.0, double(x)});
@@ -167,36 +166,23 @@ Real erfc_inverse_value(Real x)
 
 // ---- Public routines: the body runs between the push and the pop ----------
 
-namespace {
-
-template <class Real, class Body>
-Real run_named(const char* name, Body body)
-{
-    orvls_e1psh(name);
-    const Real value = body();
-    orvls_e1pop(name);
-    return value;
-}
-
-}  // namespace
-
 template <class Real>
 Real erf_routine(Real x)
 {
-    return run_named<Real>(public_name<Real>("orvls_f_erf", "orvls_d_erf"), [&] { return erf_value(x); });
+    return within(public_name<Real>("orvls_f_erf", "orvls_d_erf"), [&] { return erf_value(x); });
 }
 
 template <class Real>
 Real erfc_routine(Real x)
 {
-    return run_named<Real>(public_name<Real>("orvls_f_erfc", "orvls_d_erfc"), [&] { return erfc_value(x); });
+    return within(public_name<Real>("orvls_f_erfc", "orvls_d_erfc"), [&] { return erfc_value(x); });
 }
 
 template <class Real>
 Real erfc_inverse_routine(Real x)
 {
-    return run_named<Real>(public_name<Real>("orvls_f_erfc_inverse", "orvls_d_erfc_inverse"),
-                           [&] { return erfc_inverse_value(x); });
+    return within(public_name<Real>("orvls_f_erfc_inverse", "orvls_d_erfc_inverse"),
+                  [&] { return erfc_inverse_value(x); });
 }
 
 #define ORVLS_SPECIAL_ERF_FORMS(Real)                     \

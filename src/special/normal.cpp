@@ -14,7 +14,7 @@ Real l_normal_cdf(Real x)
 {
     return within("l_normal_cdf", [&] {
         const Real value = Real(0.5) * erfc_routine<Real>(Real(-0.7071067811865476) * x);
-        if (orvls_n1rty(0) == 2)
+        if (special::error_type(0) == 2)
             clear_error();
         return value;
     });

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "frame/tsd.h"
+#include "special/common.h"
 
 namespace orvls {
 
@@ -14,8 +15,27 @@ namespace orvls {
 
 // Value at x of the series of its first n coefficients (the first counts
 // half).  n outside 1..1000: 9001/9002 and NaN; |x| > 1.1: warning 9003.
+// Inline, so that a series of known length runs without a call.
 template <class Real>
-Real orvls_csevl(Real x, const Real* series, int64_t n);
+inline Real orvls_csevl(Real x, const Real* series, int64_t n)
+{
+    if (n < 1 || n > 1000) [[unlikely]] {
+        orvls_e1sti(1, n);
+        orvls_ermes(5, n < 1 ? 9001 : 9002);
+        return special::Machine<Real>::nan;
+    }
+    if (x < Real(-1.1) || x > Real(1.1)) [[unlikely]]
+        special::raise_error(3, 9003, {double(x)});
+    // Clenshaw's recurrence from the top term down.
+    Real b0 = 0, b1 = 0, b2 = 0;
+    const Real twox = 2 * x;
+    for (int64_t i = n - 1; i >= 0; --i) {
+        b2 = b1;
+        b1 = b0;
+        b0 = twox * b1 - b2 + series[i];
+    }
+    return (b0 - b2) / 2;
+}
 
 // Number of terms needed for an error below eta: the index (from one) at
 // which the sum of |c| taken from the last term first exceeds eta.
@@ -46,7 +66,8 @@ struct StoredGammaLimits {
     static void compute() { limits = l_r9gaml<Real>(); }
     static const GammaLimits<Real>& get()
     {
-        orvls_once(&computed, compute);
+        if (computed.load(std::memory_order_acquire) == 0)
+            orvls_once(&computed, compute);
         return limits;
     }
 };

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <unistd.h>
 #include <cstdarg>
+#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -96,6 +97,88 @@ TEST(Envelope, AnInvalidInstructionComesBackAsATerminalError)
     orvls_set_at_checksum(nullptr);
     EXPECT_EQ(seen, (std::vector<Outcome>{{5, 504}, {5, 102}, {5, 102}, {0, 0}}));
     EXPECT_EQ(orvls::orvls_error_block()->int_param[0], SIGILL);
+}
+
+// The caller's handlers: a plain one and one that takes the signal's details.
+std::atomic<int> plain_calls{0};
+std::atomic<int> detailed_calls{0};
+void plain_handler(int) { ++plain_calls; }
+void detailed_handler(int, siginfo_t* info, void*) { detailed_calls += info->si_signo == SIGSEGV; }
+
+void install(int signal_number, void (*plain)(int), void (*detailed)(int, siginfo_t*, void*))
+{
+    struct sigaction action;
+    std::memset(&action, 0, sizeof action);
+    sigemptyset(&action.sa_mask);
+    if (detailed != nullptr) {
+        action.sa_sigaction = detailed;
+        action.sa_flags = SA_SIGINFO;
+    } else {
+        action.sa_handler = plain;
+    }
+    sigaction(signal_number, &action, nullptr);
+}
+
+bool installed(int signal_number, void (*plain)(int))
+{
+    struct sigaction current;
+    sigaction(signal_number, nullptr, &current);
+    return !(current.sa_flags & SA_SIGINFO) && current.sa_handler == plain;
+}
+
+// A fault inside a guarded routine comes back as an error, and the next call works.
+void expect_guarded_fault_trapped()
+{
+    EXPECT_EQ(envelope<int>("orvls_test_faulty", -1, [] { return invalid_access(); }), -1);
+    EXPECT_EQ(last_outcome(), (Outcome{5, 102}));
+    EXPECT_EQ(envelope<int>("orvls_test_after", -1, [] { return 7; }), 7);
+    EXPECT_EQ(last_outcome(), (Outcome{0, 0}));
+}
+
+TEST(Envelope, AnInvalidAccessOutsideGuardedCallsGoesToTheCallersHandlers)
+{
+    ErrorCapture capture;
+    struct sigaction before_ill, before_segv;
+    sigaction(SIGILL, nullptr, &before_ill);
+    sigaction(SIGSEGV, nullptr, &before_segv);
+    install(SIGILL, plain_handler, nullptr);
+    install(SIGSEGV, nullptr, detailed_handler);
+    plain_calls = detailed_calls = 0;
+    {
+        Trapping on;
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(envelope<int>("orvls_test_guarded", -1, [] { return 1; }), 1);
+            raise(SIGILL);
+            raise(SIGSEGV);
+            EXPECT_EQ(plain_calls, round + 1);
+            EXPECT_EQ(detailed_calls, round + 1);
+            EXPECT_EQ(last_outcome(), (Outcome{0, 0}));  // nothing of the library's was raised
+            expect_guarded_fault_trapped();
+        }
+    }
+    EXPECT_EQ(plain_calls, 2);
+    EXPECT_EQ(detailed_calls, 2);
+    EXPECT_TRUE(installed(SIGILL, plain_handler));
+
+    // A handler the caller installs after the first guarded call is in force
+    // at once; switching trapping on again puts the guard in front of it,
+    // and switching it off leaves that handler in place.
+    void (*const later)(int) = [](int) { plain_calls += 10; };
+    {
+        Trapping on;
+        expect_guarded_fault_trapped();
+        install(SIGILL, later, nullptr);
+        raise(SIGILL);
+        EXPECT_EQ(plain_calls, 12);
+        orvls_error_options(ORVLS_SIGNAL_TRAPPING_ON, 0);
+        EXPECT_EQ(envelope<int>("orvls_test_illegal", -1, [] { return raise(SIGILL); }), -1);
+        EXPECT_EQ(last_outcome(), (Outcome{5, 102}));
+        raise(SIGILL);
+        EXPECT_EQ(plain_calls, 22);
+    }
+    EXPECT_TRUE(installed(SIGILL, later));
+    sigaction(SIGILL, &before_ill, nullptr);
+    sigaction(SIGSEGV, &before_segv, nullptr);
 }
 
 // Nested guarded calls deeper than the saved contexts run unguarded.
