@@ -1176,10 +1176,6 @@ ORVLS_API void orvls_f_regression_summary(const orvls_f_regression_info *regress
 /** @brief Double form of orvls_f_regression_summary. */
 ORVLS_API void orvls_d_regression_summary(const orvls_d_regression_info *regression_info, ...);
 
-#define ORVLS_COEF_T_TESTS             10710 /**< real **: receives n_parameters rows of the coefficient tests */
-#define ORVLS_COEF_T_TESTS_USER        10720 /**< real *: the same in the caller's array */
-#define ORVLS_COEF_VIF                 10730 /**< real **: receives n_parameters variance inflation factors */
-#define ORVLS_COEF_VIF_USER            10740 /**< real *: the same in the caller's array */
 #define ORVLS_T_TESTS_COL_DIM          15600 /**< int: row length of the coefficient tests; default 4 */
 #define ORVLS_DEPENDENT_INDEX          20941 /**< int: the dependent variable summarised, zero-based; default 0 */
 #define ORVLS_SQSS                     40519 /**< real **: receives the sequential table, 4 values per independent variable */
@@ -1268,6 +1264,138 @@ ORVLS_API double *orvls_d_regression_prediction(const orvls_d_regression_info *r
 #define ORVLS_STANDARDIZED_RESIDUAL       14750 /**< real **: receives the standardized residuals */
 #define ORVLS_STANDARDIZED_RESIDUAL_USER  14760 /**< real *: the same in the caller's array */
 #define ORVLS_Y                           15535 /**< const real *: the observed responses, y_col_dim a row */
+
+/**
+ * @brief Best-subset regression (float form): the subsets of the candidate
+ * regressors with the best criterion, by a leaps-and-bounds search over the
+ * corrected cross-products.
+ *
+ * orvls_f_regression_selection(n_rows, n_candidate, x, y, options..., 0).
+ * x holds n_rows rows of x_col_dim values, the candidates first; y the
+ * n_rows responses.  Rows with a missing value, or a frequency or weight not
+ * above 0, are left out.  Candidates are numbered from 0.  A candidate
+ * linearly dependent on those before it in the forward ordering takes part in
+ * no subset.
+ *
+ * Results come in groups: one per subset size 1 to the largest size for
+ * R-squared, one overall for adjusted R-squared and Mallows Cp.  Within a
+ * group the subsets are best first; of two with equal criteria the one met
+ * first comes first.  An index array gives where each subset (or group)
+ * starts and has one more entry for the end.  The statistics of a subset are
+ * one row per variable: coefficient, standard error, t statistic, p-value
+ * (the intercept is not listed).
+ *
+ * Options: ORVLS_R_SQUARED (int size bound), ORVLS_ADJ_R_SQUARED,
+ * ORVLS_MALLOWS_CP, ORVLS_MAX_N_BEST, ORVLS_MAX_N_GOOD_SAVED,
+ * ORVLS_SELECTION_PRINT_ON / _OFF, ORVLS_X_COL_DIM, ORVLS_FREQUENCIES,
+ * ORVLS_WEIGHTS, ORVLS_COV_INPUT, ORVLS_INDEX_VECTORS(_USER),
+ * ORVLS_STATISTICS(_USER), ORVLS_CRITERIONS_USER, ORVLS_PRINT_TO_TEXT,
+ * ORVLS_PRINT_TO_STDOUT.  The report is produced only for a print target.
+ *
+ * Errors (type, code):
+ *  - 5, 11001: unknown option (int 1 = code, int 2 = position)
+ *  - 5, 11117: more than one criterion
+ *  - 5, 20061: size bound 0 or of magnitude above n_candidate (int 1 = bound, int 2 = n_candidate)
+ *  - 5, 603: n_candidate below 3, n_rows below 1, x_col_dim below
+ *    n_candidate, max_n_best below 1, covariance observations below 2
+ *  - 5, 600: max_n_good_saved below max_n_best
+ *  - 5, 20060: covariance input with fewer than n_candidate + 2 observations
+ *    for adjusted R-squared or Cp (int 1 = observations, int 2 = needed)
+ *  - 5, 20749: both print targets
+ *  - 5, 104: a null array given to an option
+ *  - 3, 65328: n_candidate above the mantissa bits, subsets no longer told
+ *    apart exactly (int 1 = n_candidate, int 2 = the bits)
+ *  - 3, 20105: some candidates linearly dependent and left out
+ *  - 3, 20106: total sum of squares of the response almost zero
+ *  - 4, 20104: no candidate can enter; nothing is returned
+ *  - 5, 202 / 204: memory ("n_candidate", "max_n_good_saved", and for the
+ *    results "max_n_best", "max_subset_size")
+ */
+ORVLS_API void orvls_f_regression_selection(int64_t n_rows, int64_t n_candidate, float *x, float *y, ...);
+/** @brief Best-subset regression (double form); see orvls_f_regression_selection. */
+ORVLS_API void orvls_d_regression_selection(int64_t n_rows, int64_t n_candidate, double *x, double *y, ...);
+#define ORVLS_ADJ_R_SQUARED            10050 /**< criterion: adjusted R-squared, one list over all sizes */
+#define ORVLS_MALLOWS_CP               12890 /**< criterion: Mallows Cp, one list over all sizes */
+#define ORVLS_R_SQUARED                14370 /**< int: criterion R-squared per size, sizes 1 to the magnitude of the value (default, every size) */
+#define ORVLS_MAX_N_BEST               13040 /**< int: subsets reported per size, or overall; at least 1, default 1 */
+#define ORVLS_MAX_N_GOOD_SAVED         13050 /**< int: subsets held during the search per list, at least max_n_best; default 10 */
+#define ORVLS_SELECTION_PRINT_ON       13900 /**< the report is built for the print target (default) */
+#define ORVLS_SELECTION_PRINT_OFF      15660 /**< no report */
+#define ORVLS_COV_INPUT                15670 /**< int n_observations, const real *cov: the (n_candidate + 1) square covariance matrix, row-major, response last, in place of x and y */
+#define ORVLS_INDEX_VECTORS            12290 /**< int64_t **index, int64_t **variables: receive the start of each subset in variables (n_subsets + 1 entries) and its candidates, ascending */
+#define ORVLS_INDEX_VECTORS_USER       16066 /**< int64_t *index, int64_t *variables: the same in the caller's arrays */
+#define ORVLS_STATISTICS               15610 /**< int64_t **index, real **statistics: receive the start of each subset's rows and the rows of 4 statistics */
+#define ORVLS_STATISTICS_USER          16067 /**< int64_t *index, real *statistics: the same in the caller's arrays */
+#define ORVLS_CRITERIONS_USER          16065 /**< int64_t *index, real *criterions: the start of each group (n_groups + 1 entries) and the criterion of each subset: R-squared or adjusted R-squared in percent, or Cp */
+#define ORVLS_PRINT_TO_TEXT            50100 /**< char **: receives the report as an allocated text */
+#define ORVLS_PRINT_TO_STDOUT          50110 /**< the report goes to the standard output */
+/**
+ * @brief Stepwise regression (float form): forward selection, backward
+ * elimination or both, by the p-values of the coefficient t tests, with
+ * levels that rank the candidates.
+ *
+ * orvls_f_regression_stepwise(n_rows, n_candidate, x, y, options..., 0).
+ * x holds n_rows rows of x_col_dim values, y the responses (or
+ * ORVLS_COV_INPUT gives their covariances).  Backward elimination starts
+ * from every candidate with a positive level, the others from none.  Each
+ * step first tries a removal (direction not forward, some variable in, and
+ * the highest level in the model above n_force): among the variables in at
+ * that level, the smallest |t|, removed when its p-value is above the
+ * removal limit.  Without a removal (or always, forward) it tries an entry:
+ * among those out at the lowest level, the largest |t| they would have,
+ * entered when its p-value is below the entry limit.  Ties go to the first
+ * variable.  Level 0 variables never move.  The search ends when a step
+ * changes nothing or after n_steps steps.
+ *
+ * Options: ORVLS_BACKWARD (default), ORVLS_FORWARD, ORVLS_STEPWISE;
+ * ORVLS_ALL_STEPS (default), ORVLS_FIRST_STEP, ORVLS_INTERMEDIATE_STEP,
+ * ORVLS_LAST_STEP (one step each, the search kept per thread from the first
+ * to the last); ORVLS_N_STEPS; ORVLS_ENTER_PVALUE(_ADR),
+ * ORVLS_REMOVE_PVALUE(_ADR), ORVLS_TOLERANCE(_ADR), ORVLS_N_FORCE,
+ * ORVLS_COV_INPUT, ORVLS_LEVELS, ORVLS_FREQUENCIES, ORVLS_WEIGHTS,
+ * ORVLS_X_COL_DIM; outputs ORVLS_ANOVA_TABLE(_USER) (15 values of the model
+ * at the end of the call), ORVLS_COEF_T_TESTS(_USER),
+ * ORVLS_COEF_VIF(_USER), ORVLS_SWEEP_OUT(_USER), ORVLS_SWEEP_HISTORY(_USER);
+ * ORVLS_PRINT_TO_TEXT or ORVLS_PRINT_TO_STDOUT for the summary of the
+ * variables moved and the steps that last moved them.
+ *
+ * Errors (type, code):
+ *  - 5, 11001: unknown option
+ *  - 5, 603: n_candidate below 1, n_rows below 1, covariance observations below 2
+ *  - 5, 600: x_col_dim below n_candidate
+ *  - 5, 11050: tolerance outside 0 to 1
+ *  - 5, 20062: a level below -1 (int 1 = variable, int 2 = level)
+ *  - 5, 20063: the response's level not -1, or a candidate's -1 (same)
+ *  - 4, 20064: an intermediate or last step with no search open
+ *  - 5, 20749: both print targets
+ *  - 5, 104: a null array given to an option
+ *  - 5, 200 / 201: memory ("n_candidate"); the open search ends
+ */
+ORVLS_API void orvls_f_regression_stepwise(int64_t n_rows, int64_t n_candidate, float *x, float *y, ...);
+/** @brief Stepwise regression (double form); see orvls_f_regression_stepwise. */
+ORVLS_API void orvls_d_regression_stepwise(int64_t n_rows, int64_t n_candidate, double *x, double *y, ...);
+#define ORVLS_BACKWARD                 10200 /**< backward elimination (default) */
+#define ORVLS_FORWARD                  11770 /**< forward selection */
+#define ORVLS_STEPWISE                 14860 /**< removals and entries both */
+#define ORVLS_ALL_STEPS                10060 /**< run to the end in this call (default) */
+#define ORVLS_FIRST_STEP               11630 /**< open a search and take one step */
+#define ORVLS_INTERMEDIATE_STEP        12410 /**< take one more step */
+#define ORVLS_LAST_STEP                12680 /**< take one more step and close the search */
+#define ORVLS_N_STEPS                  13490 /**< int: steps in this call; default -1, no limit (1 with the single-step options) */
+#define ORVLS_ENTER_PVALUE             15690 /**< double: entry when the p-value is below this; default 0.05 */
+#define ORVLS_ENTER_PVALUE_ADR         20007 /**< real *: the same by address */
+#define ORVLS_REMOVE_PVALUE            15700 /**< double: removal when the p-value is above this; default 0.10 */
+#define ORVLS_REMOVE_PVALUE_ADR        20008 /**< real *: the same by address */
+#define ORVLS_N_FORCE                  11760 /**< int: variables at this level or below are never removed; default 0 */
+#define ORVLS_LEVELS                   15680 /**< const int64_t *: level of each candidate and, last, -1 for the response; default 1 each */
+#define ORVLS_COEF_T_TESTS             10710 /**< real **: receives the coefficient tests: estimate, standard error, t, p-value per coefficient (summary) or per candidate (stepwise; for one out: as if it entered) */
+#define ORVLS_COEF_T_TESTS_USER        10720 /**< real *: the same in the caller's array */
+#define ORVLS_COEF_VIF                 10730 /**< real **: receives the variance inflation factors: per coefficient (summary), or per candidate in the model with NaN for one out (stepwise) */
+#define ORVLS_COEF_VIF_USER            10740 /**< real *: the same in the caller's array */
+#define ORVLS_SWEEP_OUT                15880 /**< real **: receives the (n_candidate + 1) square swept matrix, row-major */
+#define ORVLS_SWEEP_OUT_USER           15890 /**< real *: the same in the caller's array */
+#define ORVLS_SWEEP_HISTORY            15900 /**< real **: receives per candidate the step that last moved it, negative for a removal, 0 for none */
+#define ORVLS_SWEEP_HISTORY_USER       15910 /**< real *: the same in the caller's array */
 /* END REGRESSION */
 
 /* ---------------------------------------------------------------------- */

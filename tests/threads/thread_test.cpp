@@ -264,6 +264,32 @@ std::string regression()
     return print.take();
 }
 
+// Stepwise selection one step per call, the open search living with its
+// thread, then a best-subsets search.
+std::string selection()
+{
+    Fingerprint print;
+    double x[30 * 4], y[30];
+    for (int i = 0; i < 30; ++i) {
+        for (int j = 0; j < 4; ++j)
+            x[4 * i + j] = std::sin(i * (0.7 + 0.3 * j) + j);
+        y[i] = 2 * x[4 * i] - x[4 * i + 2] + std::cos(i * 2.3) / 5;
+    }
+    double t_tests[4 * 4], history[4];
+    orvls_d_regression_stepwise(30, 4, x, y, ORVLS_FORWARD, ORVLS_FIRST_STEP, 0);
+    orvls_d_regression_stepwise(30, 4, x, y, ORVLS_INTERMEDIATE_STEP, 0);
+    orvls_d_regression_stepwise(30, 4, x, y, ORVLS_LAST_STEP, ORVLS_COEF_T_TESTS_USER, t_tests,
+                                ORVLS_SWEEP_HISTORY_USER, history, 0);
+    print.add(t_tests, 16);
+    print.add(history, 4);
+    int64_t index[5];
+    double criterions[16];
+    orvls_d_regression_selection(30, 4, x, y, ORVLS_MAX_N_BEST, 2, ORVLS_CRITERIONS_USER, index, criterions, 0);
+    print.add(index, 5);
+    print.add(criterions, index[4] > 0 && index[4] <= 16 ? index[4] : 0);
+    return print.take();
+}
+
 // A local level filtered over a short series; the caller holds the state.
 std::string kalman()
 {
@@ -294,6 +320,7 @@ const std::vector<Family> kFamilies = {
     {"uniform", uniform},   {"deviates", deviates},           {"special", special},
     {"distributions", distributions}, {"statistics", statistics}, {"categorical", categorical},
     {"network", network},   {"regression", regression},       {"kalman", kalman},
+    {"selection", selection},
 };
 const int kCount = static_cast<int>(kFamilies.size());
 

@@ -1,0 +1,16 @@
+// Reports of the selection routines, built as texts in memory.
+#pragma once
+
+#include <cstddef>
+
+namespace orvls::regression {
+
+// Appends printf-formatted text to an allocated text; false when memory
+// runs out (the text is then freed and null).
+bool append(char*& text, std::size_t& length, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+// Hands a finished report to its target: the caller's text pointer, or the
+// standard output under the output lock (the text is then freed).
+void deliver_report(char* text, char** text_target, bool to_stdout);
+
+}  // namespace orvls::regression
