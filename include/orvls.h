@@ -1663,6 +1663,136 @@ ORVLS_API double *orvls_d_regression(int64_t n_rows, int64_t n_independent, doub
 #define ORVLS_N_DEPENDENT              20900 /**< int: number of dependent variables, at least 0; default 1 */
 #define ORVLS_SSCP_ERROR               20930 /**< real **: receives the n_dependent by n_dependent error sums of squares and cross-products */
 #define ORVLS_SSCP_ERROR_USER          20940 /**< real *: the same in the caller's array */
+/**
+ * @brief Summaries of a fitted regression for one dependent variable (float
+ * form; the double form orvls_d_regression_summary is the same with double).
+ *
+ * Gives the analysis-of-variance table, the sequential sums of squares of
+ * the independent variables in their order of entry, the tests of the
+ * coefficients, their variance inflation factors and their covariances.
+ * A dropped coefficient (zero diagonal of R) has an infinite variance
+ * inflation factor, a zero row of covariances and a standard error of 0.
+ * An exact fit has an infinite F, whose probability is given as 1.0.
+ *
+ * @param regression_info the record of a fit (ORVLS_REGRESSION_INFO of orvls_f_regression)
+ * @param ...             options, each a code and its values, ended by 0:
+ *  - ORVLS_ANOVA_TABLE (float **), ORVLS_ANOVA_TABLE_USER (float *): the 15 values
+ *    (model, error, total df; model, error, total sums of squares; model and error
+ *    mean squares; F; its probability; R-squared and adjusted R-squared in percent,
+ *    the adjusted one never below 0; error standard deviation; mean of y;
+ *    coefficient of variation in percent)
+ *  - ORVLS_COEF_T_TESTS, ORVLS_COEF_T_TESTS_USER: n_parameters rows of
+ *    ORVLS_T_TESTS_COL_DIM (default 4): estimate, standard error, t, probability of a larger |t|
+ *  - ORVLS_COEF_VIF, ORVLS_COEF_VIF_USER: n_parameters variance inflation factors
+ *  - ORVLS_COEF_COVARIANCES, ORVLS_COEF_COVARIANCES_USER: n_parameters rows of
+ *    ORVLS_COEF_COV_COL_DIM (default n_parameters; the code 11060 is accepted as well)
+ *  - ORVLS_SQSS, ORVLS_SQSS_USER: one row per independent variable: df, sum of
+ *    squares, F, probability of a larger F (at least one element is allocated)
+ *  - ORVLS_DEPENDENT_INDEX (int): the dependent variable, zero-based, default 0
+ *
+ * Allocated arrays are freed by the caller.  Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position)
+ *  - 5, 104: a null array or record (strings: argument, option)
+ *  - 5, 603: regression_info->n_parameters below 1, or n_parameters - intercept negative
+ *  - 5, 602: regression_info->intercept not 0 or 1
+ *  - 5, 11061: regression_info->df_error or the error sum of squares negative
+ *  - 5, 20693: the dependent index outside 0 to n_dependent - 1 (int 1 = index, int 2 = n_dependent)
+ *  - 5, 600: ORVLS_COEF_COV_COL_DIM below n_parameters or ORVLS_T_TESTS_COL_DIM below 4
+ *  - 5, 11060: R has a zero diagonal with a non-zero in its row
+ *  - 5, 201: allocation failed (int 1 = n_independent)
+ */
+ORVLS_API void orvls_f_regression_summary(const orvls_f_regression_info *regression_info, ...);
+/** @copydoc orvls_f_regression_summary() */
+ORVLS_API void orvls_d_regression_summary(const orvls_d_regression_info *regression_info, ...);
+
+#define ORVLS_T_TESTS_COL_DIM          15600 /**< int: row length of the coefficient tests; default 4 */
+#define ORVLS_DEPENDENT_INDEX          20941 /**< int: the dependent variable summarised, zero-based; default 0 */
+#define ORVLS_SQSS                     40519 /**< real **: receives the sequential table, 4 values per independent variable */
+#define ORVLS_SQSS_USER                40520 /**< real *: the same in the caller's array */
+/**
+ * @brief Fitted values of a regression for new or old rows, with limits
+ * and case diagnostics (float form; the double form
+ * orvls_d_regression_prediction is the same with double).
+ *
+ * For a row with regressors z (1 first with an intercept) and weight w the
+ * leverage is h = w z'(X'WX)^-1 z, read off the factor R with one
+ * triangular solve.  With s2 = SSE / df_error and t the t quantile at
+ * (confidence + 100) / 200, the limits for the mean are fitted -/+ t
+ * sqrt(s2 h / w), those for a new observation fitted -/+ t sqrt(s2 / w +
+ * s2 h / w), and the simultaneous (Scheffe) limits fitted -/+ sqrt(s2 h p F)
+ * with p the rank and F the F quantile at confidence / 100.  A statistic
+ * that cannot be formed (df_error 0, leverage 1, a missing value) is NaN;
+ * the fitted values are still returned.
+ *
+ * @param regression_info the record of a fit (ORVLS_REGRESSION_INFO of orvls_f_regression)
+ * @param n_predict       number of rows, at least 1
+ * @param x               n_predict rows of x_col_dim values, the independent variables first
+ * @param ...             options, each a code and its values, ended by 0:
+ *  - ORVLS_CONFIDENCE (double), ORVLS_CONFIDENCE_ADR (float *): percent for all limits, default 95
+ *  - ORVLS_MEAN_LIMITS, ORVLS_NEW_OBSERVATION_LIMITS, ORVLS_SCHEFFE_LIMITS (two float **),
+ *    and their _USER forms (two float *): lower and upper limits of each row
+ *  - ORVLS_LEVERAGE, ORVLS_RESIDUAL, ORVLS_STANDARDIZED_RESIDUAL, ORVLS_DELETED_RESIDUAL,
+ *    ORVLS_COOKSD, ORVLS_DFFITS (float **) and their _USER forms (float *): one value per
+ *    row; all but the leverage need ORVLS_Y
+ *  - ORVLS_RETURN_USER (float *): the fitted values go here
+ *  - ORVLS_WEIGHTS (const float *): the case weights, default 1
+ *  - ORVLS_X_COL_DIM (int): row length of x, default the number of independent variables
+ *  - ORVLS_Y (const float *), ORVLS_Y_COL_DIM (int, default 1): the observed responses
+ *  - ORVLS_DEPENDENT_INDEX (int): the dependent variable, zero-based, default 0
+ *  - ORVLS_X_INDICES (const int64_t *independent_columns, const int64_t *dependent_columns,
+ *    int frequency_column, int weight_column): all data in x, zero-based columns; the
+ *    response is column dependent_columns[dependent index], none when dependent_columns[0]
+ *    is negative; -1 for no frequency or weight column
+ * @return the n_predict fitted values (free them unless ORVLS_RETURN_USER), or NULL after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position)
+ *  - 5, 104: a null record, x or user array (strings: argument, option)
+ *  - 5, 603: n_predict below 1
+ *  - 5, 20403: confidence negative or at least 100
+ *  - 6, 20404: confidence above 0 and below 50; the limits are formed (real 1 = confidence)
+ *  - 5, 20300: intercept neither 0 nor 1; 5, 20301: n_parameters below 1
+ *  - 5, 600: x_col_dim below the number of independent variables
+ *  - 5, 20694: with ORVLS_Y, the dependent index outside 0 to y_col_dim - 1
+ *  - 5, 20693: the dependent index outside 0 to n_dependent - 1
+ *  - 5, 20220: a residual diagnostic without ORVLS_Y (string 1 = the first such option asked,
+ *    in the order residual, standardized, deleted, Cook's distance, DFFITS)
+ *  - 5, 20696: the same with ORVLS_X_INDICES whose first dependent column is negative
+ *  - 5, 20697: ORVLS_Y together with ORVLS_X_INDICES
+ *  - 5, 20695: with ORVLS_X_INDICES, the dependent column outside 0 to x_col_dim - 1
+ *  - 5, 20467, 20468: the frequency or weight column not below x_col_dim (int 1 = column)
+ *  - 5, 20053: a regressor column outside 0 to x_col_dim - 1 (ints: place, column, x_col_dim)
+ *  - 5, 11057: a negative weight (int 1 = row, real 1 = weight)
+ *  - 3, 20050: a row outside the space of the fitted regressors (its diagnostics stay NaN)
+ *  - 3, 20051: a leverage above 1 beyond rounding, set to 1 (real 1 = leverage)
+ *  - 3, 20052: a variance with the case deleted negative beyond rounding, set to 0
+ *  - 5, 201: allocation failed (int 1 = n_predict)
+ */
+ORVLS_API float *orvls_f_regression_prediction(const orvls_f_regression_info *regression_info, int64_t n_predict,
+                                               const float *x, ...);
+/** @copydoc orvls_f_regression_prediction() */
+ORVLS_API double *orvls_d_regression_prediction(const orvls_d_regression_info *regression_info, int64_t n_predict,
+                                                const double *x, ...);
+
+#define ORVLS_CONFIDENCE                  10860 /**< double: percent confidence of all limits; default 95 */
+#define ORVLS_CONFIDENCE_ADR              18000 /**< real *: the same by address */
+#define ORVLS_COOKSD                      11000 /**< real **: receives Cook's distance of each row */
+#define ORVLS_COOKSD_USER                 11010 /**< real *: the same in the caller's array */
+#define ORVLS_DELETED_RESIDUAL            11150 /**< real **: receives the deleted (studentized) residuals */
+#define ORVLS_DELETED_RESIDUAL_USER       11160 /**< real *: the same in the caller's array */
+#define ORVLS_DFFITS                      11190 /**< real **: receives DFFITS of each row */
+#define ORVLS_DFFITS_USER                 11200 /**< real *: the same in the caller's array */
+#define ORVLS_LEVERAGE                    12740 /**< real **: receives the leverages */
+#define ORVLS_LEVERAGE_USER               12750 /**< real *: the same in the caller's array */
+#define ORVLS_NEW_OBSERVATION_LIMITS      13800 /**< real **lower, real **upper: receive the limits for a new observation */
+#define ORVLS_NEW_OBSERVATION_LIMITS_USER 13810 /**< real *lower, real *upper: the same in the caller's arrays */
+#define ORVLS_MEAN_LIMITS                 13820 /**< real **lower, real **upper: receive the limits for the mean */
+#define ORVLS_MEAN_LIMITS_USER            13830 /**< real *lower, real *upper: the same in the caller's arrays */
+#define ORVLS_SCHEFFE_LIMITS              14420 /**< real **lower, real **upper: receive the simultaneous limits */
+#define ORVLS_SCHEFFE_LIMITS_USER         14425 /**< real *lower, real *upper: the same in the caller's arrays */
+#define ORVLS_STANDARDIZED_RESIDUAL       14750 /**< real **: receives the standardized residuals */
+#define ORVLS_STANDARDIZED_RESIDUAL_USER  14760 /**< real *: the same in the caller's array */
+#define ORVLS_Y                           15535 /**< const real *: the observed responses, y_col_dim a row */
 
 /**
  * @brief Best-subset regression (float form): the subsets of the candidate
@@ -1797,9 +1927,9 @@ ORVLS_API void orvls_d_regression_stepwise(int64_t n_rows, int64_t n_candidate, 
 #define ORVLS_REMOVE_PVALUE_ADR        20008 /**< real *: the same by address */
 #define ORVLS_N_FORCE                  11760 /**< int: variables at this level or below are never removed; default 0 */
 #define ORVLS_LEVELS                   15680 /**< const int64_t *: level of each candidate and, last, -1 for the response; default 1 each */
-#define ORVLS_COEF_T_TESTS             10710 /**< real **: receives per candidate coefficient, standard error, t, p-value (for one out: as if it entered) */
+#define ORVLS_COEF_T_TESTS             10710 /**< real **: receives the coefficient tests: estimate, standard error, t, p-value per coefficient (summary) or per candidate (stepwise; for one out: as if it entered) */
 #define ORVLS_COEF_T_TESTS_USER        10720 /**< real *: the same in the caller's array */
-#define ORVLS_COEF_VIF                 10730 /**< real **: receives the variance inflation of each candidate in the model, NaN for one out */
+#define ORVLS_COEF_VIF                 10730 /**< real **: receives the variance inflation factors: per coefficient (summary), or per candidate in the model with NaN for one out (stepwise) */
 #define ORVLS_COEF_VIF_USER            10740 /**< real *: the same in the caller's array */
 #define ORVLS_SWEEP_OUT                15880 /**< real **: receives the (n_candidate + 1) square swept matrix, row-major */
 #define ORVLS_SWEEP_OUT_USER           15890 /**< real *: the same in the caller's array */

@@ -17,6 +17,7 @@
 #include "frame/tsd.h"
 #include "orvls.h"
 #include "regression/inference.h"
+#include "regression/outputs.h"
 #include "regression/r2ivn.h"
 
 namespace orvls::regression {
@@ -29,8 +30,6 @@ using Info = std::conditional_t<std::is_same_v<Real, float>, orvls_f_regression_
 // Rows go to the kernel in blocks, so that the row flags and the sums that
 // follow them need no memory proportional to the data.
 constexpr int64_t kBlockRows = 256;
-
-bool is_fatal(int64_t type) { return type >= 4 && type != 6; }
 
 // The accumulation state of the thread's open sequence.  Every array lies in
 // one block; the sums of y about their running mean serve the ANOVA table.
@@ -134,38 +133,6 @@ bool open_sequence(RegressionSequence<Real>& s, int64_t n_independent, int64_t n
     return true;
 }
 
-// An array result: allocated here (ORVLS_X, the address receives it) or
-// the caller's (ORVLS_X_USER).  An allocated one is freed unless handed over.
-template <class Real>
-struct Output {
-    Real** address = nullptr;
-    Real* user = nullptr;
-    Real* owned = nullptr;
-
-    Output() = default;
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-    ~Output() { std::free(owned); }
-
-    bool wanted() const { return address != nullptr || user != nullptr; }
-    Real* data() const { return user != nullptr ? user : owned; }
-    // False when the allocation fails.
-    bool allocate_for(int64_t n)
-    {
-        if (!wanted() || user != nullptr)
-            return true;
-        owned = allocate<Real>(static_cast<std::size_t>(n));
-        return owned != nullptr;
-    }
-    void hand_over()
-    {
-        if (address != nullptr && user == nullptr) {
-            *address = owned;
-            owned = nullptr;
-        }
-    }
-};
-
 template <class Real>
 struct Settings {
     int64_t n_dependent = 1, ido = 0, sign = 1;
@@ -188,19 +155,6 @@ struct Settings {
 
     bool final_call() const { return ido == 0 || ido == 3; }
 };
-
-template <class Real>
-void read_output(OptionReader& options, Output<Real>& output, bool allocated, const char* argument,
-                 const char* option)
-{
-    if (allocated) {
-        output.address = non_null_pointer<Real**>(options, argument, option);
-        output.user = nullptr;
-    } else {
-        output.user = non_null_pointer<Real*>(options, argument, option);
-        output.address = nullptr;
-    }
-}
 
 template <class Real>
 void read_options(OptionReader& options, Settings<Real>& s, ExclusiveOptions& data_columns)
