@@ -261,6 +261,21 @@ std::string regression()
     print.add_owned(orvls_d_regression(8, 2, x + 32, y + 16, ORVLS_IDO, 3, ORVLS_COEF_COVARIANCES, &covariances, 0),
                     3);
     print.add_owned(covariances, 9);
+
+    // Prediction keeps its t quantile per thread: two confidences in turn.
+    orvls_d_regression_info* info = nullptr;
+    std::free(orvls_d_regression(24, 2, x, y, ORVLS_REGRESSION_INFO, &info, 0));
+    double lower[24], upper[24], leverage[24];
+    for (double confidence : {95.0, 90.0, 95.0}) {
+        print.add_owned(orvls_d_regression_prediction(info, 24, x, ORVLS_CONFIDENCE, confidence,
+                                                      ORVLS_MEAN_LIMITS_USER, lower, upper, ORVLS_LEVERAGE_USER,
+                                                      leverage, ORVLS_Y, y, 0),
+                        24);
+        print.add(lower, 24);
+        print.add(upper, 24);
+        print.add(leverage, 24);
+    }
+    std::free(info);
     return print.take();
 }
 
