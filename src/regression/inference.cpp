@@ -29,6 +29,21 @@ Real probability_of_larger_f(Real f, Real dfr, Real dfe)
 }  // namespace
 
 template <class Real>
+bool check_confidence_percent(Real confidence)
+{
+    if (confidence < 0 || confidence >= 100 || std::isnan(confidence)) {
+        orvls_ermes(5, 20403);
+        return false;
+    }
+    if (confidence > 0 && confidence < 50) {
+        orvls_e1stl(1, "confidence");
+        orvls_e1std(1, double(confidence));
+        orvls_ermes(6, 20404);
+    }
+    return true;
+}
+
+template <class Real>
 void orvls_g1aov(Real dfr, Real ssr, Real dfe, Real sse, Real ymean, Real* aov)
 {
     aov[kModelDf] = dfr;
@@ -113,6 +128,8 @@ void orvls_rcoef(int64_t ncoef, const Real* b, const Real* se, Real dfe, Real* c
     }
 }
 
+template bool check_confidence_percent<float>(float);
+template bool check_confidence_percent<double>(double);
 template void orvls_g1aov<float>(float, float, float, float, float, float*);
 template void orvls_g1aov<double>(double, double, double, double, double, double*);
 template void orvls_rcovb<float>(int64_t, const float*, int64_t, float, float*, int64_t);

@@ -39,6 +39,13 @@ enum AnovaPlace : int64_t {
 };
 constexpr int64_t kAnovaValues = 15;
 
+// The confidence of limits in percent: negative, at least 100 or NaN is
+// refused (type 5, 20403); above 0 and below 50 gives a note (type 6,
+// 20404, with string 1 "confidence" and real 1 the value) and the limits
+// are formed.  False when refused.
+template <class Real>
+bool check_confidence_percent(Real confidence);
+
 // Fills the 15 values from the model's and the error's degrees of freedom
 // and sums of squares and the mean of the dependent variable.  An infinite
 // F has probability 1.
