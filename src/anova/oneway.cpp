@@ -3,10 +3,10 @@
 // group means.
 //
 // The sums run in double for both element types, over values shifted by
-// the first finite response, with compensated (Neumaier) summation in both
-// passes: responses that share many leading digits (1e12 plus a small
-// variation) keep their differences exactly, and the sums of squares keep
-// at least 12 digits.
+// the first finite response, in blocks whose sums are added with
+// compensation (Neumaier), in both passes: responses that share many
+// leading digits (1e12 plus a small variation) keep their differences
+// exactly, and the sums of squares keep at least 12 digits.
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
@@ -49,6 +49,41 @@ public:
 private:
     double sum_ = 0, compensation_ = 0;
 };
+
+// The sum of term(v - shift) over the values v of a group that are not
+// missing, and their number.  Blocks of 64 values are summed in four
+// interleaved lanes (which the compiler vectorises), and the block sums are
+// added with compensation: a bound of about 16 rounding errors relative to
+// the sum of |term|.  A missing value adds 0.
+template <class Real, class Term>
+double blocked_group_sum(const Real* v, int64_t n, double shift, Term term, int64_t* count)
+{
+    constexpr int kLanes = 4;
+    constexpr int64_t kBlock = 64;
+    CompensatedSum total;
+    double kept = 0;
+    for (int64_t start = 0; start < n; start += kBlock) {
+        const int64_t end = std::min(n, start + kBlock);
+        double lane[kLanes] = {}, present[kLanes] = {};
+        int64_t j = start;
+        for (; j + kLanes <= end; j += kLanes) {
+            for (int l = 0; l < kLanes; ++l) {
+                const double x = double(v[j + l]);
+                lane[l] += x == x ? term(x - shift) : 0.0;
+                present[l] += x == x ? 1.0 : 0.0;
+            }
+        }
+        for (; j < end; ++j) {
+            const double x = double(v[j]);
+            lane[0] += x == x ? term(x - shift) : 0.0;
+            present[0] += x == x ? 1.0 : 0.0;
+        }
+        total.add((lane[0] + lane[1]) + (lane[2] + lane[3]));
+        kept += (present[0] + present[1]) + (present[2] + present[3]);
+    }
+    *count = static_cast<int64_t>(kept);
+    return total.value();
+}
 
 template <class Real>
 struct OnewaySettings {
@@ -166,29 +201,18 @@ void l_aonew(int64_t n_groups, const int64_t* n, const Real* y, Layout<Real>& la
     int64_t observations = 0, groups_left = 0;
     const Real* group = y;
     for (int64_t i = 0; i < n_groups; group += n[i], ++i) {
-        CompensatedSum sum;
-        int64_t m = 0;
-        for (int64_t j = 0; j < n[i]; ++j) {
-            if (!std::isnan(group[j])) {
-                sum.add(double(group[j]) - shift);
-                ++m;
-            }
-        }
-        const double shifted_mean = ratio(sum.value(), double(m));
-        CompensatedSum squares;
-        for (int64_t j = 0; j < n[i] && m > 0; ++j) {
-            if (!std::isnan(group[j])) {
-                const double deviation = (double(group[j]) - shift) - shifted_mean;
-                squares.add(deviation * deviation);
-            }
-        }
+        int64_t m;
+        const double shifted_sum = blocked_group_sum(group, n[i], shift, [](double d) { return d; }, &m);
+        const double shifted_mean = ratio(shifted_sum, double(m));
+        auto square = [shifted_mean](double d) { return (d - shifted_mean) * (d - shifted_mean); };
+        const double squares = m == 0 ? 0.0 : blocked_group_sum(group, n[i], shift, square, &m);
         layout.shifted[i] = shifted_mean;
         number[i] = Real(i + 1);
         count[i] = Real(m);
         mean[i] = static_cast<Real>(shift + shifted_mean);
-        within[i] = static_cast<Real>(squares.value());
-        grand.add(sum.value());
-        within_total.add(squares.value());
+        within[i] = static_cast<Real>(squares);
+        grand.add(shifted_sum);
+        within_total.add(squares);
         observations += m;
         groups_left += m > 0;
     }
