@@ -155,8 +155,11 @@ bool l_s2kmc(int64_t method, int64_t k, const Real* means, Real df, Real std_err
     // The tabulated levels of the range inverse are hit exactly.
     const Real p = alpha == Real(0.01) ? Real(0.99) : alpha == Real(0.10) ? Real(0.9) : 1 - alpha;
     std::fill(result, result + (k - 1), int64_t(0));
+    const bool same_for_every_size = method == kRangeTukey || method == kRangeBonferroni;
+    Real critical = 0;
     for (int64_t r = 2; r <= k; ++r) {
-        const Real critical = critical_range(method, p, alpha, r, k, df) * std_error;
+        if (r == 2 || !same_for_every_size)
+            critical = critical_range(method, p, alpha, r, k, df) * std_error;
         if (is_fatal(orvls_n1rty(1)))
             return false;
         for (int64_t i = 0; i + r <= k; ++i) {
