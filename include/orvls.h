@@ -1939,6 +1939,22 @@ ORVLS_API void orvls_d_regression_stepwise(int64_t n_rows, int64_t n_candidate, 
 /* END REGRESSION */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN DESIGNED EXPERIMENTS */
+/** @addtogroup designs
+ * @{ */
+/* Options shared by every member of the family. */
+#define ORVLS_NESTED_OPTION   13440 /**< int: a value kept for the caller; it does not change the analysis */
+#define ORVLS_DESIGN_OPTION_A 40102 /**< int: 1 treats locations as random, so that treatment sources are tested against their interaction with location; 0 (the default) tests them against the pooled error within locations */
+#define ORVLS_DESIGN_OPTION_B 20530 /**< char ***: receives the labels of the rows, one allocated block of strings ended by a null pointer, which the caller frees at once with orvls_free_allocated_memory() */
+
+/* -- field designs: completely randomised and randomised complete block factorials, Latin squares, lattices, Yates' estimates, homogeneity of variances -- */
+
+/* -- plot designs: split plot, split-split plot, strip plot, strip-split plot -- */
+
+/** @} */
+/* END DESIGNED EXPERIMENTS */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN TIME SERIES */
 /** @addtogroup timeseries
  * @{ */
