@@ -4,9 +4,9 @@
 //
 // The sums run in double for both element types, over values shifted by
 // the first finite response, in blocks whose sums are added with
-// compensation (Neumaier), in both passes: responses that share many
-// leading digits (1e12 plus a small variation) keep their differences
-// exactly, and the sums of squares keep at least 12 digits.
+// compensation, in both passes: responses that share many leading digits
+// (1e12 plus a small variation) keep their differences exactly, and the
+// sums of squares keep at least 12 digits.
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
@@ -18,6 +18,7 @@
 #include "frame/machine.h"
 #include "frame/memory.h"
 #include "frame/options.h"
+#include "kernels/accurate_sum.h"
 #include "orvls.h"
 #include "regression/inference.h"
 #include "regression/outputs.h"
@@ -26,6 +27,7 @@ namespace orvls::anova {
 
 namespace {
 
+using kernels::AccurateSum;
 using regression::is_fatal;
 using regression::kAnovaValues;
 using regression::Output;
@@ -34,21 +36,6 @@ using regression::read_output;
 
 // Columns of the group statistics table (k rows, column-major).
 enum GroupColumn : int64_t { kGroupNumber = 0, kCount = 1, kGroupMean = 2, kWithinSs = 3, kGroupColumns = 4 };
-
-// A sum with its running compensation (Neumaier).
-class CompensatedSum {
-public:
-    void add(double x)
-    {
-        const double t = sum_ + x;
-        compensation_ += std::fabs(sum_) >= std::fabs(x) ? (sum_ - t) + x : (x - t) + sum_;
-        sum_ = t;
-    }
-    double value() const { return sum_ + compensation_; }
-
-private:
-    double sum_ = 0, compensation_ = 0;
-};
 
 // The sum of term(v - shift) over the values v of a group that are not
 // missing, and their number.  Blocks of 64 values are summed in four
@@ -60,7 +47,7 @@ double blocked_group_sum(const Real* v, int64_t n, double shift, Term term, int6
 {
     constexpr int kLanes = 4;
     constexpr int64_t kBlock = 64;
-    CompensatedSum total;
+    AccurateSum<double> total;
     double kept = 0;
     for (int64_t start = 0; start < n; start += kBlock) {
         const int64_t end = std::min(n, start + kBlock);
@@ -197,7 +184,7 @@ void l_aonew(int64_t n_groups, const int64_t* n, const Real* y, Layout<Real>& la
     Real* const count = layout.groups.get() + kCount * n_groups;
     Real* const mean = layout.groups.get() + kGroupMean * n_groups;
     Real* const within = layout.groups.get() + kWithinSs * n_groups;
-    CompensatedSum grand, within_total;
+    AccurateSum<double> grand, within_total;
     int64_t observations = 0, groups_left = 0;
     const Real* group = y;
     for (int64_t i = 0; i < n_groups; group += n[i], ++i) {
@@ -217,7 +204,7 @@ void l_aonew(int64_t n_groups, const int64_t* n, const Real* y, Layout<Real>& la
         groups_left += m > 0;
     }
     const double grand_shifted = ratio(grand.value(), double(observations));
-    CompensatedSum between;
+    AccurateSum<double> between;
     for (int64_t i = 0; i < n_groups; ++i) {
         if (count[i] > 0) {
             const double deviation = layout.shifted[i] - grand_shifted;
