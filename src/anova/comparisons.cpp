@@ -240,8 +240,8 @@ int64_t* multiple_comparisons(int64_t n_groups, const Real* means, Real df, Real
         return nullptr;
     const auto k = static_cast<std::size_t>(n_groups);
     WorkArray<Real> sorted(k);
-    WorkArray<int64_t> owned(s.user_result == nullptr ? k - 1 : 0);
-    if (!sorted.ok() || !owned.ok()) {
+    WorkArray<int64_t> owned;
+    if (!sorted.ok() || (s.user_result == nullptr && !owned.reset(k - 1))) {
         orvls_e1sti(1, n_groups);
         orvls_e1stl(1, "n_groups");
         orvls_ermes(5, 201);
@@ -251,8 +251,7 @@ int64_t* multiple_comparisons(int64_t n_groups, const Real* means, Real df, Real
     if (!l_s2kmc(s.method, n_groups, means, df, std_error, s.alpha, sorted.get(), result) ||
         is_fatal(orvls_n1rty(0)))
         return nullptr;
-    owned.release();
-    return result;
+    return s.user_result != nullptr ? result : owned.release();
 }
 
 template <class Real>

@@ -163,8 +163,8 @@ double first_finite(int64_t total, const Real* y)
     return 0;
 }
 
-// The table, the group statistics and the shifted group means (y less
-// `shift`) of the one-way layout.
+// What l_aonew forms: the group statistics table, the group means less the
+// shift, and the analysis-of-variance table.
 template <class Real>
 struct Layout {
     WorkArray<Real> groups;      // the group statistics table
