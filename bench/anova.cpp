@@ -1,7 +1,7 @@
 // Analysis of variance on 10^6 observations, beside a peer written here
-// that forms the same sums in the plain way, in the same run; the time is
-// given per observation, and the end of the run prints each layout's ratio
-// of ours to the peer.
+// that forms the same sums in the plain way ("plain"), in the same run; the
+// time is given per observation, and the end of the run prints each
+// layout's ratio of the peer's time to ours.
 //
 // One-way: anova_oneway (two compensated passes, the 15-value table and its
 // F probability) against two plain passes over each group (sums, means,
@@ -10,13 +10,13 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "orvls.h"
+#include "peer_report.h"
 
 namespace {
 
@@ -73,6 +73,8 @@ double plain_oneway(const Data& d)
     return (between / double(k - 1)) / (within / double(d.y.size() - k));
 }
 
+// A layout: its operation name, its size (the number of groups) and the
+// two ways of analysing it.
 struct Layout {
     const char* name;
     int64_t groups;
@@ -81,9 +83,9 @@ struct Layout {
 };
 
 const Layout kLayouts[] = {
-    {"oneway/10", 10, ours_oneway, plain_oneway},
-    {"oneway/100", 100, ours_oneway, plain_oneway},
-    {"oneway/1000", 1000, ours_oneway, plain_oneway},
+    {"oneway", 10, ours_oneway, plain_oneway},
+    {"oneway", 100, ours_oneway, plain_oneway},
+    {"oneway", 1000, ours_oneway, plain_oneway},
 };
 
 void run(benchmark::State& state, const Layout* layout, bool peer)
@@ -96,42 +98,20 @@ void run(benchmark::State& state, const Layout* layout, bool peer)
                                                    benchmark::Counter::kInvert);
 }
 
-// Prints ours / peer per layout after the runs.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& r : runs)
-            if (!r.error_occurred && r.run_type == Run::RT_Iteration)
-                times_[r.run_name.function_name] = r.GetAdjustedCPUTime();
-    }
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        std::printf("\n%-14s %10s\n", "layout", "ours/peer");
-        for (const Layout& layout : kLayouts) {
-            const std::string name = layout.name;
-            std::printf("%-14s %10.2f\n", layout.name, times_[name + "/ours"] / times_[name + "/peer"]);
-        }
-    }
-
-private:
-    std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
     orvls_error_options(ORVLS_SIGNAL_TRAPPING_OFF, 0);
     for (const Layout& layout : kLayouts) {
-        const std::string name = layout.name;
-        benchmark::RegisterBenchmark((name + "/ours").c_str(), run, &layout, false)->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark((name + "/peer").c_str(), run, &layout, true)->Unit(benchmark::kMillisecond);
+        const std::string size = "/" + std::to_string(layout.groups);
+        benchmark::RegisterBenchmark((layout.name + std::string("/orvls") + size).c_str(), run, &layout, false)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((layout.name + std::string("/plain") + size).c_str(), run, &layout, true)
+            ->Unit(benchmark::kMillisecond);
     }
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    peer_report::RatioReporter reporter({"plain"}, "ms");
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;
