@@ -10,6 +10,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstdio>
 #include <map>
 #include <random>
 #include <string>
@@ -104,11 +105,12 @@ int main(int argc, char** argv)
 {
     orvls_error_options(ORVLS_SIGNAL_TRAPPING_OFF, 0);
     for (const Layout& layout : kLayouts) {
-        const std::string size = "/" + std::to_string(layout.groups);
-        benchmark::RegisterBenchmark((layout.name + std::string("/orvls") + size).c_str(), run, &layout, false)
-            ->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark((layout.name + std::string("/plain") + size).c_str(), run, &layout, true)
-            ->Unit(benchmark::kMillisecond);
+        for (const bool peer : {false, true}) {
+            char name[64];
+            std::snprintf(name, sizeof name, "%s/%s/%lld", layout.name, peer ? "plain" : "orvls",
+                          static_cast<long long>(layout.groups));
+            benchmark::RegisterBenchmark(name, run, &layout, peer)->Unit(benchmark::kMillisecond);
+        }
     }
     benchmark::Initialize(&argc, argv);
     peer_report::RatioReporter reporter({"plain"}, "ms");
