@@ -37,13 +37,14 @@ using regression::read_output;
 // Columns of the group statistics table (k rows, column-major).
 enum GroupColumn : int64_t { kGroupNumber = 0, kCount = 1, kGroupMean = 2, kWithinSs = 3, kGroupColumns = 4 };
 
-// The sum of term(v - shift) over the values v of a group that are not
-// missing, and their number.  Blocks of 64 values are summed in four
-// interleaved lanes (which the compiler vectorises), and the block sums are
+// The sum of term(v - shift) over the values v of a group, skipping the
+// missing ones when `skip_missing` (a missing value then adds 0), and the
+// number of values taken.  Blocks of 64 values are summed in four
+// interleaved lanes, which the compiler vectorises, and the block sums are
 // added with compensation: a bound of about 16 rounding errors relative to
-// the sum of |term|.  A missing value adds 0.
-template <class Real, class Term>
-double blocked_group_sum(const Real* v, int64_t n, double shift, Term term, int64_t* count)
+// the sum of |term|.
+template <bool skip_missing, class Real, class Term>
+double blocked_sum(const Real* v, int64_t n, double shift, Term term, int64_t* count)
 {
     constexpr int kLanes = 4;
     constexpr int64_t kBlock = 64;
@@ -52,24 +53,35 @@ double blocked_group_sum(const Real* v, int64_t n, double shift, Term term, int6
     for (int64_t start = 0; start < n; start += kBlock) {
         const int64_t end = std::min(n, start + kBlock);
         double lane[kLanes] = {}, present[kLanes] = {};
-        int64_t j = start;
-        for (; j + kLanes <= end; j += kLanes) {
-            for (int l = 0; l < kLanes; ++l) {
-                const double x = double(v[j + l]);
+        auto add = [&](int l, double x) {
+            if constexpr (skip_missing) {
                 lane[l] += x == x ? term(x - shift) : 0.0;
                 present[l] += x == x ? 1.0 : 0.0;
+            } else {
+                lane[l] += term(x - shift);
             }
-        }
-        for (; j < end; ++j) {
-            const double x = double(v[j]);
-            lane[0] += x == x ? term(x - shift) : 0.0;
-            present[0] += x == x ? 1.0 : 0.0;
-        }
+        };
+        int64_t j = start;
+        for (; j + kLanes <= end; j += kLanes)
+            for (int l = 0; l < kLanes; ++l)
+                add(l, double(v[j + l]));
+        for (; j < end; ++j)
+            add(0, double(v[j]));
         total.add((lane[0] + lane[1]) + (lane[2] + lane[3]));
         kept += (present[0] + present[1]) + (present[2] + present[3]);
     }
-    *count = static_cast<int64_t>(kept);
+    *count = skip_missing ? static_cast<int64_t>(kept) : n;
     return total.value();
+}
+
+// The same over the values of a group that are not missing.  The plain sum
+// comes first: a missing value makes it NaN, and only then are the values
+// tested one by one.
+template <class Real, class Term>
+double group_sum(const Real* v, int64_t n, double shift, Term term, int64_t* count)
+{
+    const double sum = blocked_sum<false>(v, n, shift, term, count);
+    return std::isnan(sum) ? blocked_sum<true>(v, n, shift, term, count) : sum;
 }
 
 template <class Real>
@@ -189,10 +201,10 @@ void l_aonew(int64_t n_groups, const int64_t* n, const Real* y, Layout<Real>& la
     const Real* group = y;
     for (int64_t i = 0; i < n_groups; group += n[i], ++i) {
         int64_t m;
-        const double shifted_sum = blocked_group_sum(group, n[i], shift, [](double d) { return d; }, &m);
+        const double shifted_sum = group_sum(group, n[i], shift, [](double d) { return d; }, &m);
         const double shifted_mean = ratio(shifted_sum, double(m));
         auto square = [shifted_mean](double d) { return (d - shifted_mean) * (d - shifted_mean); };
-        const double squares = m == 0 ? 0.0 : blocked_group_sum(group, n[i], shift, square, &m);
+        const double squares = m == 0 ? 0.0 : group_sum(group, n[i], shift, square, &m);
         layout.shifted[i] = shifted_mean;
         number[i] = Real(i + 1);
         count[i] = Real(m);
