@@ -334,94 +334,38 @@ Real* plot_entry(const char* name, const PlotDesign& design, const int64_t* coun
 
 using orvls::anova::plot_entry;
 
+// The float and double entries of a member: its counts declared and listed.
+#define ORVLS_UNPAREN(...) __VA_ARGS__
+#define ORVLS_PLOT_ENTRY(Real, prefix, member, design, declared, listed)                          \
+    ORVLS_API Real* orvls_##prefix##_##member(ORVLS_UNPAREN declared, const Real* y, ...)         \
+    {                                                                                             \
+        va_list ap;                                                                               \
+        va_start(ap, y);                                                                          \
+        const int64_t counts[] = {ORVLS_UNPAREN listed};                                          \
+        Real* table = plot_entry("orvls_" #prefix "_" #member, orvls::anova::design, counts, y, ap); \
+        va_end(ap);                                                                               \
+        return table;                                                                             \
+    }
+#define ORVLS_PLOT_ENTRIES(member, design, declared, listed)      \
+    ORVLS_PLOT_ENTRY(float, f, member, design, declared, listed) \
+    ORVLS_PLOT_ENTRY(double, d, member, design, declared, listed)
+
 extern "C" {
 
-ORVLS_API float* orvls_f_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
-                                    const float* y, ...)
-{
-    va_list ap;
-    va_start(ap, y);
-    const int64_t counts[] = {n_blocks, n_locations, n_whole, n_split};
-    float* table = plot_entry("orvls_f_split_plot", orvls::anova::kSplitPlot, counts, y, ap);
-    va_end(ap);
-    return table;
-}
-
-ORVLS_API double* orvls_d_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
-                                     const double* y, ...)
-{
-    va_list ap;
-    va_start(ap, y);
-    const int64_t counts[] = {n_blocks, n_locations, n_whole, n_split};
-    double* table = plot_entry("orvls_d_split_plot", orvls::anova::kSplitPlot, counts, y, ap);
-    va_end(ap);
-    return table;
-}
-
-ORVLS_API float* orvls_f_split_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
-                                          int64_t n_sub, const float* y, ...)
-{
-    va_list ap;
-    va_start(ap, y);
-    const int64_t counts[] = {n_blocks, n_locations, n_whole, n_split, n_sub};
-    float* table = plot_entry("orvls_f_split_split_plot", orvls::anova::kSplitSplitPlot, counts, y, ap);
-    va_end(ap);
-    return table;
-}
-
-ORVLS_API double* orvls_d_split_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
-                                           int64_t n_sub, const double* y, ...)
-{
-    va_list ap;
-    va_start(ap, y);
-    const int64_t counts[] = {n_blocks, n_locations, n_whole, n_split, n_sub};
-    double* table = plot_entry("orvls_d_split_split_plot", orvls::anova::kSplitSplitPlot, counts, y, ap);
-    va_end(ap);
-    return table;
-}
-
-ORVLS_API float* orvls_f_strip_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a, int64_t n_strip_b,
-                                    const float* y, ...)
-{
-    va_list ap;
-    va_start(ap, y);
-    const int64_t counts[] = {n_blocks, n_locations, n_strip_a, n_strip_b};
-    float* table = plot_entry("orvls_f_strip_plot", orvls::anova::kStripPlot, counts, y, ap);
-    va_end(ap);
-    return table;
-}
-
-ORVLS_API double* orvls_d_strip_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a, int64_t n_strip_b,
-                                     const double* y, ...)
-{
-    va_list ap;
-    va_start(ap, y);
-    const int64_t counts[] = {n_blocks, n_locations, n_strip_a, n_strip_b};
-    double* table = plot_entry("orvls_d_strip_plot", orvls::anova::kStripPlot, counts, y, ap);
-    va_end(ap);
-    return table;
-}
-
-ORVLS_API float* orvls_f_strip_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a,
-                                          int64_t n_strip_b, int64_t n_split, const float* y, ...)
-{
-    va_list ap;
-    va_start(ap, y);
-    const int64_t counts[] = {n_blocks, n_locations, n_strip_a, n_strip_b, n_split};
-    float* table = plot_entry("orvls_f_strip_split_plot", orvls::anova::kStripSplitPlot, counts, y, ap);
-    va_end(ap);
-    return table;
-}
-
-ORVLS_API double* orvls_d_strip_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a,
-                                           int64_t n_strip_b, int64_t n_split, const double* y, ...)
-{
-    va_list ap;
-    va_start(ap, y);
-    const int64_t counts[] = {n_blocks, n_locations, n_strip_a, n_strip_b, n_split};
-    double* table = plot_entry("orvls_d_strip_split_plot", orvls::anova::kStripSplitPlot, counts, y, ap);
-    va_end(ap);
-    return table;
-}
+ORVLS_PLOT_ENTRIES(split_plot, kSplitPlot, (int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split),
+                   (n_blocks, n_locations, n_whole, n_split))
+ORVLS_PLOT_ENTRIES(split_split_plot, kSplitSplitPlot,
+                   (int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split, int64_t n_sub),
+                   (n_blocks, n_locations, n_whole, n_split, n_sub))
+ORVLS_PLOT_ENTRIES(strip_plot, kStripPlot,
+                   (int64_t n_blocks, int64_t n_locations, int64_t n_strip_a, int64_t n_strip_b),
+                   (n_blocks, n_locations, n_strip_a, n_strip_b))
+ORVLS_PLOT_ENTRIES(strip_split_plot, kStripSplitPlot,
+                   (int64_t n_blocks, int64_t n_locations, int64_t n_strip_a, int64_t n_strip_b, int64_t n_split),
+                   (n_blocks, n_locations, n_strip_a, n_strip_b, n_split))
 
 }  // extern "C"
+
+#undef ORVLS_PLOT_ENTRIES
+#undef ORVLS_PLOT_ENTRY
+#undef ORVLS_UNPAREN
