@@ -268,7 +268,8 @@ bool check_counts(const PlotDesign& design, const int64_t* counts)
     return orvls_n1rty(0) == 0;
 }
 
-// The number of observations, or -1 when it does not fit in memory's range.
+// The number of observations, or -1 when it is out of reach: the layout's
+// tables over every set of subscripts take up to 2^5 times as many values.
 int64_t observations(int n_subscripts, const int64_t* levels)
 {
     int64_t n = 1;
