@@ -275,9 +275,17 @@ TEST(PlotDesigns, TooManyMissingIsRefusedWithItsText)
 }
 
 // Every allocation of a call with missing responses and labels refused in
-// turn: 201, no table, no labels handed over (the sanitizer run sees leaks).
+// turn: 201 naming the count of the work arrays, or for the last two (the
+// table and the labels) that of the result; no table, no labels handed over
+// (the sanitizer run sees leaks).
 TEST(PlotDesigns, EveryAllocationFailureIsReported)
 {
+    const std::map<std::string, std::pair<std::string, std::string>> names = {
+        {"split_plot", {"n_split", "n_whole"}},
+        {"split_split_plot", {"n_sub", "n_whole"}},
+        {"strip_plot", {"n_strip_b", "n_strip_a"}},
+        {"strip_split_plot", {"n_split", "n_strip_a"}},
+    };
     ErrorCapture capture;
     std::map<std::string, bool> seen;
     for (const Case& c : read_cases()) {
@@ -296,11 +304,15 @@ TEST(PlotDesigns, EveryAllocationFailureIsReported)
         for (int64_t k = 1; k <= allocations; ++k) {
             SCOPED_TRACE(k);
             labels = nullptr;
+            capture.clear();
             orvls_testing_fail_allocation(k);
             EXPECT_EQ(run<double>(c.member, c.counts, c.y.data(), ORVLS_DESIGN_OPTION_B, &labels, 0), nullptr);
             orvls_testing_fail_allocation(0);
             EXPECT_EQ(last_outcome(), (Outcome{5, 201}));
             EXPECT_EQ(labels, nullptr);
+            const auto& [work, result] = names.at(c.member);
+            const std::string name = "depends on " + (k < allocations - 1 ? work : result) + " = ";
+            EXPECT_NE(words(capture.text()).find(name), std::string::npos) << capture.text();
         }
     }
     EXPECT_EQ(seen.size(), kLabels.size());
