@@ -17,6 +17,7 @@ void tour_regressors(void);
 void tour_regression(void);
 void tour_selection(void);
 void tour_anova(void);
+void tour_designs(void);
 void tour_kalman(void);
 void tour_contingency(void);
 void tour_network(void);
@@ -37,6 +38,7 @@ int main(void)
     tour_regression();
     tour_selection();
     tour_anova();
+    tour_designs();
     tour_kalman();
     tour_contingency();
     tour_network();
