@@ -1949,6 +1949,290 @@ ORVLS_API void orvls_d_regression_stepwise(int64_t n_rows, int64_t n_candidate, 
 
 /* -- field designs: completely randomised and randomised complete block factorials, Latin squares, lattices, Yates' estimates, homogeneity of variances -- */
 
+/**
+ * @brief Factorial treatments in a completely randomised design, possibly
+ * repeated at several locations (float form; orvls_d_crd_factorial is the
+ * same with double).
+ *
+ * y holds one response per plot in lexicographic order of location (slowest),
+ * factor 1, ..., factor n_factors, replicate (fastest): n_locations x
+ * n_levels[0] x ... x n_replicates values.  A NaN is a missing plot; it is
+ * replaced by its Yates' estimate (the mean of the other replicates of its
+ * cell) and takes one degree of freedom from "Error" and "Total".
+ *
+ * Rows of the returned n_rows x 5 table (df, SS, MS, F, p), in order:
+ *  - "Location" (only with several locations), tested against "Error";
+ *  - one row per factor effect, main effects first, then the interactions of
+ *    two factors and so on, each order in lexicographic order of its factors,
+ *    labelled "[1]", "[2]", "[1]x[2]", "[1]x[2]x[3]", ...; these are effects
+ *    pooled over locations, tested against "Error", or against "Residual"
+ *    when ORVLS_DESIGN_OPTION_A declares locations random;
+ *  - "Error": the pooled error within locations, replicates within cells,
+ *    n_locations x (treatments) x (n_replicates - 1) df less the missing;
+ *  - "Residual" (only with several locations): the location x treatment
+ *    interactions pooled, (n_locations - 1) x (treatments - 1) df, tested
+ *    against "Error";
+ *  - "Total": the corrected total.
+ * n_rows is 2^n_factors + 1 with one location and 2^n_factors + 3 with
+ * several.
+ *
+ * @param n_replicates number of replicates of each treatment at each location, at least 2
+ * @param n_locations  number of locations, at least 1
+ * @param n_factors    number of factors, 2 to 10
+ * @param n_levels     n_factors numbers of levels, each at least 2
+ * @param y            the responses, not modified
+ * @param ...          options, each a code and its values, ended by 0:
+ *                     ORVLS_RETURN_USER (real *: the caller's n_rows x 5
+ *                     array, returned), ORVLS_NESTED_OPTION,
+ *                     ORVLS_DESIGN_OPTION_A, ORVLS_DESIGN_OPTION_B
+ * @return the table (allocated unless ORVLS_RETURN_USER), or null after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position; the
+ *    first option is at position 6)
+ *  - 5, 104: a null pointer given to ORVLS_RETURN_USER or ORVLS_DESIGN_OPTION_B
+ *  - 5, 65200: n_replicates below 2 (int 1)
+ *  - 5, 65201: n_locations below 1 (int 1)
+ *  - 5, 65202: n_factors below 2 (int 1)
+ *  - 5, 601: n_factors above 10
+ *  - 5, 603: a number of levels below 2
+ *  - 5, 65203: too many missing plots to estimate them (a cell with no
+ *    response left): "Fatal Error: Insufficient data to estimate missing values."
+ *  - 5, 201: memory (string 1 = "n_replicates")
+ */
+ORVLS_API float *orvls_f_crd_factorial(int64_t n_replicates, int64_t n_locations, int64_t n_factors,
+                                       const int64_t *n_levels, const float *y, ...);
+/** @copydoc orvls_f_crd_factorial() */
+ORVLS_API double *orvls_d_crd_factorial(int64_t n_replicates, int64_t n_locations, int64_t n_factors,
+                                        const int64_t *n_levels, const double *y, ...);
+
+/**
+ * @brief Factorial treatments in randomised complete blocks, possibly
+ * repeated at several locations (float form; orvls_d_rcbd_factorial is the
+ * same with double).
+ *
+ * y holds one response per plot in lexicographic order of location (slowest),
+ * block, factor 1, ..., factor n_factors (fastest): every block holds every
+ * treatment once.  A NaN is a missing plot; it is replaced by its Yates'
+ * estimate for the model of locations, blocks within locations, treatments
+ * and location x treatment interactions, and takes one degree of freedom
+ * from "Error" and "Total".
+ *
+ * Rows of the returned table (df, SS, MS, F, p), in order:
+ *  - "Location" (only with several locations), tested against "Blocks(Loc.)";
+ *  - "Blocks(Loc.)" (several locations) or "Blocks" (one), blocks within
+ *    locations, tested against "Error";
+ *  - the factor effects as in orvls_f_crd_factorial(), tested against
+ *    "Error", or against "Residual" when ORVLS_DESIGN_OPTION_A declares
+ *    locations random;
+ *  - "Error": the block x treatment interactions within locations, pooled,
+ *    n_locations x (n_blocks - 1) x (treatments - 1) df less the missing;
+ *  - "Residual" (only with several locations): the location x treatment
+ *    interactions pooled, tested against "Error";
+ *  - "Total".
+ * n_rows is 2^n_factors + 2 with one location and 2^n_factors + 4 with
+ * several.
+ *
+ * @param n_blocks    number of blocks at each location, at least 2
+ * @param n_locations number of locations, at least 1
+ * @param n_factors   number of factors, 2 to 10
+ * @param n_levels    n_factors numbers of levels, each at least 2
+ * @param y           the responses, not modified
+ * @param ...         options as for orvls_f_crd_factorial()
+ * @return the table, or null after an error
+ *
+ * Errors: as for orvls_f_crd_factorial(), with n_blocks in place of
+ * n_replicates (65200, and string 1 of 201); 65203 when a missing plot
+ * cannot be estimated.
+ */
+ORVLS_API float *orvls_f_rcbd_factorial(int64_t n_blocks, int64_t n_locations, int64_t n_factors,
+                                        const int64_t *n_levels, const float *y, ...);
+/** @copydoc orvls_f_rcbd_factorial() */
+ORVLS_API double *orvls_d_rcbd_factorial(int64_t n_blocks, int64_t n_locations, int64_t n_factors,
+                                         const int64_t *n_levels, const double *y, ...);
+
+/**
+ * @brief Latin squares, possibly one at each of several locations (float
+ * form; orvls_d_latin_square is the same with double).
+ *
+ * Each location holds an n_treatments x n_treatments square; plot i (from 0)
+ * lies at location i / n_treatments^2, in row row[i], column column[i]
+ * and with treatment treatment[i], all three numbered from 1.  Every
+ * position of a square must occur once and every treatment once in each
+ * row and each column of its square.  A NaN in y is a missing plot; it is
+ * replaced by its Yates' estimate for the model of locations, rows and
+ * columns within locations, treatments and location x treatment
+ * interactions, and takes one degree of freedom from the error and the total.
+ *
+ * Rows of the returned table (df, SS, MS, F, p), in order; the two location
+ * rows only with several locations:
+ *  - "Locations .................", tested against the error;
+ *  - "Rows within Locations .....", tested against the error;
+ *  - "Columns within Locations ..", tested against the error;
+ *  - "Treatments ................", tested against the error, or against
+ *    the location x treatment row when ORVLS_DESIGN_OPTION_A declares
+ *    locations random;
+ *  - "Locations x Treatments ....", tested against the error;
+ *  - "Error within Locations ....", n_locations (n_treatments - 1)
+ *    (n_treatments - 2) df less the missing;
+ *  - "Corrected Total ...........".
+ *
+ * @param n_treatments size of each square, at least 2 (a square of 2 has no
+ *                     error and no tests)
+ * @param n_locations  number of locations (squares), at least 1
+ * @param row          n_locations n_treatments^2 row numbers
+ * @param column       the column numbers of the same plots
+ * @param treatment    the treatment numbers of the same plots
+ * @param y            the responses, not modified
+ * @param ...          options as for orvls_f_crd_factorial()
+ * @return the table, or null after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001 and 104 as for orvls_f_crd_factorial() (the first option is at
+ *    position 7)
+ *  - 5, 65200: n_treatments below 2 (int 1)
+ *  - 5, 65201: n_locations below 1 (int 1)
+ *  - 5, 65205: "Data Input Error Encountered": a number outside 1 to
+ *    n_treatments, a position of a square given twice, or a treatment twice
+ *    in a row or a column (int 1 = the plot, from 1); or missing plots that
+ *    cannot be estimated
+ *  - 5, 201: memory (string 1 = "n_treatments")
+ */
+ORVLS_API float *orvls_f_latin_square(int64_t n_treatments, int64_t n_locations, const int64_t *row,
+                                      const int64_t *column, const int64_t *treatment, const float *y, ...);
+/** @copydoc orvls_f_latin_square() */
+ORVLS_API double *orvls_d_latin_square(int64_t n_treatments, int64_t n_locations, const int64_t *row,
+                                       const int64_t *column, const int64_t *treatment, const double *y, ...);
+
+/**
+ * @brief Square lattices: block_size^2 treatments in incomplete blocks of
+ * block_size plots, every treatment once in each replicate, possibly
+ * repeated at several locations; the intra-block analysis (float form;
+ * orvls_d_lattice is the same with double).
+ *
+ * Plots come in lexicographic order of location (slowest), replicate,
+ * block, plot (fastest); treatment[i] (from 1) is the treatment of plot i
+ * and y[i] its response.  The model is locations, replicates within
+ * locations, blocks within replicates and treatments (common to all
+ * locations; a location x treatment interaction stays in the error).  The
+ * blocks must link all treatments, so that every treatment contrast is
+ * estimable within blocks, as the replicates of a square lattice do when
+ * they group the treatments differently.  A NaN in y is a missing plot; it
+ * is replaced by its least-squares estimate for this model and takes one
+ * degree of freedom from the error and the total.
+ *
+ * Rows of the returned table (df, SS, MS, F, p), in order; "Locations
+ * ................." and "Replicates within Locations" with several
+ * locations, "Replicates ................" with one:
+ *  - locations, tested against the replicates within locations;
+ *  - replicates (within locations), tested against the error;
+ *  - "Treatments (unadjusted) ...", ignoring blocks; not tested;
+ *  - "Treatments (adjusted) .....", eliminating blocks, tested against the
+ *    error; it is an alternative to the unadjusted row, and not part of
+ *    the sum that makes the total;
+ *  - "Blocks (adjusted) .........", blocks within replicates eliminating
+ *    treatments, tested against the error;
+ *  - "Intra-Block Error .........";
+ *  - "Corrected Total ...........".
+ * ORVLS_DESIGN_OPTION_A has no effect: there is no interaction row.
+ *
+ * @param n_replicates number of replicates at each location, at least 2
+ * @param n_locations  number of locations, at least 1
+ * @param block_size   plots in a block, at least 2
+ * @param treatment    n_locations n_replicates block_size^2 treatment numbers
+ * @param y            the responses, not modified
+ * @param ...          options as for orvls_f_crd_factorial()
+ * @return the table, or null after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001 and 104 as for orvls_f_crd_factorial()
+ *  - 5, 65200: n_replicates below 2 (int 1)
+ *  - 5, 65201: n_locations below 1 (int 1)
+ *  - 5, 65202: block_size below 2 (int 1)
+ *  - 5, 65205: "Data Input Error Encountered": a treatment number outside
+ *    1 to block_size^2, a treatment missing from a replicate (int 1 = the
+ *    plot, from 1, where one is to blame), blocks that leave treatments
+ *    unlinked, or missing plots that cannot be estimated
+ *  - 5, 201: memory (string 1 = "block_size")
+ */
+ORVLS_API float *orvls_f_lattice(int64_t n_replicates, int64_t n_locations, int64_t block_size,
+                                 const int64_t *treatment, const float *y, ...);
+/** @copydoc orvls_f_lattice() */
+ORVLS_API double *orvls_d_lattice(int64_t n_replicates, int64_t n_locations, int64_t block_size,
+                                  const int64_t *treatment, const double *y, ...);
+
+/**
+ * @brief Yates' estimates of the missing plots of randomised complete
+ * blocks, possibly at several locations (float form; orvls_d_yates is the
+ * same with double).
+ *
+ * y holds n_locations x n_blocks x n_treatments responses, location slowest
+ * and treatment fastest; NaN marks a missing plot.  The result is y with
+ * every missing plot replaced by the value that makes the error sum of
+ * squares of the model (locations, blocks within locations, treatments,
+ * location x treatment) least, all found together.  With one location and
+ * one missing plot this is (n_treatments T + n_blocks B - G) /
+ * ((n_treatments - 1)(n_blocks - 1)), T and B the totals of its treatment and
+ * block and G the grand total.  An analysis of the completed data should
+ * take one degree of freedom per estimate from the error and the total.
+ *
+ * @param n_blocks     number of blocks at each location, at least 2
+ * @param n_locations  number of locations, at least 1
+ * @param n_treatments number of treatments, at least 2
+ * @param y            the responses, not modified
+ * @param ...          options, each a code and its values, ended by 0:
+ *                     ORVLS_RETURN_USER (real *: the caller's array of the
+ *                     size of y, which may be y itself; returned)
+ * @return the completed responses (allocated unless ORVLS_RETURN_USER), or
+ *         null after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (the first option is at position 5)
+ *  - 5, 104: a null pointer given to ORVLS_RETURN_USER
+ *  - 5, 65200, 65201, 65202: n_blocks below 2, n_locations below 1,
+ *    n_treatments below 2 (int 1 = the count)
+ *  - 5, 65203: too many missing plots (a block or a treatment of a location
+ *    left with no response): "Fatal Error: Insufficient data to estimate
+ *    missing values."
+ *  - 5, 201: memory (string 1 = "n_blocks")
+ */
+ORVLS_API float *orvls_f_yates(int64_t n_blocks, int64_t n_locations, int64_t n_treatments, const float *y, ...);
+/** @copydoc orvls_f_yates() */
+ORVLS_API double *orvls_d_yates(int64_t n_blocks, int64_t n_locations, int64_t n_treatments, const double *y,
+                                ...);
+
+/**
+ * @brief Bartlett's test that the error variances of several locations are
+ * equal, from their error mean squares (float form; orvls_d_homogeneity is
+ * the same with double).
+ *
+ * With f_i the degrees of freedom and s_i the error mean square of location
+ * i, F their sum and s the pooled mean square sum(f_i s_i) / F, the
+ * statistic is (F log s - sum(f_i log s_i)) / c with c = 1 + (sum(1 / f_i)
+ * - 1 / F) / (3 (n_locations - 1)); under equal variances it is close to
+ * chi-squared with n_locations - 1 degrees of freedom.  A zero mean square
+ * beside positive ones gives an infinite statistic and probability 0; all
+ * of them zero leave both NaN.
+ *
+ * @param n_locations number of locations, at least 2
+ * @param df          n_locations error degrees of freedom, each above 0
+ * @param ms          n_locations error mean squares, each at least 0
+ * @param ...         options, each a code and its values, ended by 0:
+ *                    ORVLS_HOMOGENEITY_STATISTIC
+ * @return the probability of a larger statistic, or NaN after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (the first option is at position 4)
+ *  - 5, 104: a null pointer given to ORVLS_HOMOGENEITY_STATISTIC
+ *  - 5, 65200: n_locations below 2 (int 1)
+ *  - 5, 65205: "Data Input Error Encountered": degrees of freedom not above 0
+ *    or a mean square below 0, or either NaN (int 1 = the location, from 1)
+ */
+ORVLS_API float orvls_f_homogeneity(int64_t n_locations, const float *df, const float *ms, ...);
+/** @copydoc orvls_f_homogeneity() */
+ORVLS_API double orvls_d_homogeneity(int64_t n_locations, const double *df, const double *ms, ...);
+#define ORVLS_HOMOGENEITY_STATISTIC 40110 /**< real *: receives Bartlett's statistic, chi-squared with n_locations - 1 degrees of freedom */
+
 /* -- plot designs: split plot, split-split plot, strip plot, strip-split plot -- */
 
 /** @} */
