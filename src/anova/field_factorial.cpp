@@ -179,7 +179,11 @@ Real* factorial_design(const FactorialCounts& counts, bool blocks, const Real* y
     WorkArray<Source<Real>> sources(n_rows);
     CrossedLayout<Real> analysis;
     int64_t n_missing = 0;
-    if (!sources.ok() || !complete_factorial_data(layout, y, data, 65203, counts.first_name, counts.first, &n_missing))
+    if (!sources.ok()) {
+        refuse_allocation(counts.first_name, counts.first);
+        return nullptr;
+    }
+    if (!complete_factorial_data(layout, y, data, 65203, counts.first_name, counts.first, &n_missing))
         return nullptr;
     if (!analysis.analyse(layout.n_subscripts, layout.levels, data.get())) {
         refuse_allocation(counts.first_name, counts.first);

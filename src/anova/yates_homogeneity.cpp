@@ -11,7 +11,7 @@
 #include "frame/memory.h"
 #include "frame/options.h"
 #include "orvls.h"
-#include "special/distributions.h"
+#include "special/special.h"
 
 namespace orvls::anova {
 
@@ -102,7 +102,10 @@ Real homogeneity(int64_t n_locations, const Real* df, const Real* ms, OptionRead
         return nan;
     if (std::isinf(value))
         return 0;
-    return Real(1 - l_chi_squared_cdf(value, groups));
+    // The upper chi-squared tail through the regularised incomplete gamma
+    // function, x^a gamma*(a, x) with Tricomi's form.
+    const double a = groups / 2, x = value / 2;
+    return Real(1 - std::pow(x, a) * l_gamit(a, x));
 }
 
 template <class Real>
