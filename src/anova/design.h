@@ -57,6 +57,16 @@ struct Source {
 // Forms `label` with the formatted-print routine.
 void set_label(char* label, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
+// Fills one source of a table.
+template <class Real>
+void set_source(Source<Real>& source, const char* label, Real df, Real ss, int64_t tested_by)
+{
+    set_label(source.label, "%s", label);
+    source.df = df;
+    source.ss = ss;
+    source.tested_by = tested_by;
+}
+
 // The table of the sources, written to the caller's array or to a new one
 // (returned), and the labels when asked for.  On a short allocation, type 5
 // code 201 with the given count's name and value, and null.

@@ -5,6 +5,7 @@
 // the factors, then the replicate.
 #include <bit>
 #include <cstdarg>
+#include <cstdio>
 
 #include "anova/crossed.h"
 #include "anova/design.h"
@@ -56,7 +57,10 @@ int64_t FactorialLayout::plots() const
 
 namespace {
 
-int64_t factor_count(const FactorialLayout& layout) { return std::popcount(layout.factors); }
+int64_t factor_count(const FactorialLayout& layout)
+{
+    return std::popcount(layout.factors);
+}
 
 // The factor effects in the order of the table: main effects, then the
 // interactions of two factors, and so on, each order in lexicographic order
@@ -86,22 +90,24 @@ void label_effect(const FactorialLayout& layout, Mask mask, char* label)
     int length = 0;
     for (int d = first; d < first + factor_count(layout); ++d)
         if (mask & (Mask(1) << d))
-            length += std::snprintf(label + length, kLabelLength - length, length == 0 ? "[%d]" : "x[%d]",
-                                    d - first + 1);
+            length +=
+                std::snprintf(label + length, kLabelLength - length, length == 0 ? "[%d]" : "x[%d]", d - first + 1);
 }
 
+// A source that pools the effects of the masks m with pooled(m) true.
 template <class Real>
-void pool_into(const CrossedLayout<Real>& analysis, Source<Real>& source, const char* label, auto pooled)
+void pool_into(const CrossedLayout<Real>& analysis, Source<Real>& source, const char* label, auto pooled,
+               int64_t tested_by)
 {
-    set_label(source.label, "%s", label);
-    analysis.pool(pooled, source.df, source.ss);
-    source.tested_by = kNoTest;
+    Real df, ss;
+    analysis.pool(pooled, df, ss);
+    set_source(source, label, df, ss, tested_by);
 }
 
 // The rows of the table from the analysis of the completed data.
 template <class Real>
 void form_sources(const FactorialLayout& layout, const CrossedLayout<Real>& analysis, int64_t n_missing,
-                     bool locations_random, Source<Real>* sources)
+                  bool locations_random, Source<Real>* sources)
 {
     const bool several = layout.levels[0] > 1;
     const bool blocks = layout.block != 0;
@@ -113,32 +119,28 @@ void form_sources(const FactorialLayout& layout, const CrossedLayout<Real>& anal
     int64_t row = 0;
     if (several) {
         // Locations are judged against the blocks within them, where there are blocks.
-        pool_into(analysis, sources[row], "Location", [&](Mask m) { return m == layout.location; });
-        sources[row].tested_by = blocks ? row + 1 : error;
+        pool_into(
+            analysis, sources[row], "Location", [&](Mask m) { return m == layout.location; }, blocks ? row + 1 : error);
         ++row;
     }
-    if (blocks) {
-        pool_into(analysis, sources[row], several ? "Blocks(Loc.)" : "Blocks",
-                  [&](Mask m) { return (m & layout.block) && !(m & layout.factors); });
-        sources[row++].tested_by = error;
-    }
+    if (blocks)
+        pool_into(
+            analysis, sources[row++], several ? "Blocks(Loc.)" : "Blocks",
+            [&](Mask m) { return (m & layout.block) && !(m & layout.factors); }, error);
     for_each_factor_effect(layout, [&](Mask mask) {
         label_effect(layout, mask, sources[row].label);
         sources[row].df = analysis.effect_df(mask);
         sources[row].ss = analysis.effect_ss(mask);
         sources[row++].tested_by = treatment_test;
     });
-    pool_into(analysis, sources[row], "Error", [&](Mask m) { return !layout.in_model(m); });
+    pool_into(
+        analysis, sources[row], "Error", [&](Mask m) { return !layout.in_model(m); }, kNoTest);
     sources[row++].df -= Real(n_missing);
-    if (several) {
-        pool_into(analysis, sources[row], "Residual",
-                  [&](Mask m) { return (m & layout.location) && (m & layout.factors) && layout.in_model(m); });
-        sources[row++].tested_by = error;
-    }
-    set_label(sources[row].label, "Total");
-    sources[row].df = Real(analysis.observations() - 1 - n_missing);
-    sources[row].ss = analysis.total_ss();
-    sources[row].tested_by = kNoTest;
+    if (several)
+        pool_into(
+            analysis, sources[row++], "Residual",
+            [&](Mask m) { return (m & layout.location) && (m & layout.factors) && layout.in_model(m); }, error);
+    set_source(sources[row], "Total", Real(analysis.observations() - 1 - n_missing), analysis.total_ss(), kNoTest);
 }
 
 struct FactorialCounts {
@@ -173,8 +175,8 @@ Real* factorial_design(const FactorialCounts& counts, bool blocks, const Real* y
         blocks ? FactorialLayout::complete_blocks(counts.first, counts.n_locations, counts.n_factors, counts.n_levels)
                : FactorialLayout::completely_randomised(counts.first, counts.n_locations, counts.n_factors,
                                                         counts.n_levels);
-    const int64_t n_rows = 2 * int64_t(counts.n_locations > 1) + int64_t(blocks) +
-                           (int64_t(1) << counts.n_factors) - 1 + 2;
+    const int64_t n_rows =
+        2 * int64_t(counts.n_locations > 1) + int64_t(blocks) + (int64_t(1) << counts.n_factors) - 1 + 2;
     WorkArray<Real> data;
     WorkArray<Source<Real>> sources(n_rows);
     CrossedLayout<Real> analysis;
@@ -203,8 +205,8 @@ Real* factorial_entry(const char* name, const FactorialCounts& counts, bool bloc
 }  // namespace
 
 template <class Real>
-bool complete_factorial_data(const FactorialLayout& layout, const Real* y, WorkArray<Real>& data,
-                             int64_t too_many_code, const char* count_name, int64_t count, int64_t* n_missing)
+bool complete_factorial_data(const FactorialLayout& layout, const Real* y, WorkArray<Real>& data, int64_t too_many_code,
+                             const char* count_name, int64_t count, int64_t* n_missing)
 {
     const int64_t n = layout.plots();
     if (!data.reset(n)) {

@@ -39,7 +39,7 @@ private:
 // type 5 `too_many_code`; a short allocation type 5 code 201 with the
 // count's name.  True when the data are complete.
 template <class Real>
-bool complete_factorial_data(const FactorialLayout& layout, const Real* y, WorkArray<Real>& data,
-                             int64_t too_many_code, const char* count_name, int64_t count, int64_t* n_missing);
+bool complete_factorial_data(const FactorialLayout& layout, const Real* y, WorkArray<Real>& data, int64_t too_many_code,
+                             const char* count_name, int64_t count, int64_t* n_missing);
 
 }  // namespace orvls::anova

@@ -19,7 +19,7 @@ namespace {
 
 // Subscript masks of the two layouts.
 constexpr Mask kLocation = 1;
-constexpr Mask kRow = 2, kColumn = 4;       // by location, row, column
+constexpr Mask kRow = 2, kColumn = 4;                // by location, row, column
 constexpr Mask kTreatment = 2, kRowOfTreatment = 4;  // by location, treatment, row
 
 struct Squares {
@@ -83,11 +83,11 @@ struct SquareAnalysis {
     // treatment; q is its cell in the second layout.
     Real residual(const Real* v, int64_t p, int64_t q) const
     {
-        const Real fitted = by_row.mean(kLocation | kRow, by_row.cell_of(kLocation | kRow, p)) +
-                            by_row.mean(kLocation | kColumn, by_row.cell_of(kLocation | kColumn, p)) +
-                            by_treatment_layout.mean(kLocation | kTreatment,
-                                                     by_treatment_layout.cell_of(kLocation | kTreatment, q)) -
-                            2 * by_row.mean(kLocation, by_row.cell_of(kLocation, p));
+        const Real fitted =
+            by_row.mean(kLocation | kRow, by_row.cell_of(kLocation | kRow, p)) +
+            by_row.mean(kLocation | kColumn, by_row.cell_of(kLocation | kColumn, p)) +
+            by_treatment_layout.mean(kLocation | kTreatment, by_treatment_layout.cell_of(kLocation | kTreatment, q)) -
+            2 * by_row.mean(kLocation, by_row.cell_of(kLocation, p));
         return v[p] - fitted;
     }
 };
@@ -100,12 +100,6 @@ void form_sources(const SquareAnalysis<Real>& a, const Real* data, const int64_t
     const bool several = s.n_locations > 1;
     const int64_t error = several ? 5 : 3;
     const int64_t interaction = several ? 4 : kNoTest;
-    auto set = [&](Source<Real>& source, const char* label, Real df, Real ss, int64_t tested_by) {
-        set_label(source.label, "%s", label);
-        source.df = df;
-        source.ss = ss;
-        source.tested_by = tested_by;
-    };
     const CrossedLayout<Real>& r = a.by_row;
     const CrossedLayout<Real>& t = a.by_treatment_layout;
     Real error_ss = 0;
@@ -115,20 +109,21 @@ void form_sources(const SquareAnalysis<Real>& a, const Real* data, const int64_t
     }
     int64_t row = 0;
     if (several)
-        set(sources[row++], "Locations .................", r.effect_df(kLocation), r.effect_ss(kLocation), error);
-    set(sources[row++], "Rows within Locations .....", r.effect_df(kRow) + r.effect_df(kLocation | kRow),
-        r.effect_ss(kRow) + r.effect_ss(kLocation | kRow), error);
-    set(sources[row++], "Columns within Locations ..", r.effect_df(kColumn) + r.effect_df(kLocation | kColumn),
-        r.effect_ss(kColumn) + r.effect_ss(kLocation | kColumn), error);
-    set(sources[row++], "Treatments ................", t.effect_df(kTreatment), t.effect_ss(kTreatment),
-        several && locations_random ? interaction : error);
+        set_source(sources[row++], "Locations .................", r.effect_df(kLocation), r.effect_ss(kLocation),
+                   error);
+    set_source(sources[row++], "Rows within Locations .....", r.effect_df(kRow) + r.effect_df(kLocation | kRow),
+               r.effect_ss(kRow) + r.effect_ss(kLocation | kRow), error);
+    set_source(sources[row++], "Columns within Locations ..", r.effect_df(kColumn) + r.effect_df(kLocation | kColumn),
+               r.effect_ss(kColumn) + r.effect_ss(kLocation | kColumn), error);
+    set_source(sources[row++], "Treatments ................", t.effect_df(kTreatment), t.effect_ss(kTreatment),
+               several && locations_random ? interaction : error);
     if (several)
-        set(sources[row++], "Locations x Treatments ....", t.effect_df(kLocation | kTreatment),
-            t.effect_ss(kLocation | kTreatment), error);
+        set_source(sources[row++], "Locations x Treatments ....", t.effect_df(kLocation | kTreatment),
+                   t.effect_ss(kLocation | kTreatment), error);
     const Real n_locations = Real(s.n_locations), t1 = Real(s.t - 1);
-    set(sources[row++], "Error within Locations ....", n_locations * t1 * (t1 - 1) - Real(n_missing), error_ss,
-        kNoTest);
-    set(sources[row], "Corrected Total ...........", Real(s.plots() - 1 - n_missing), r.total_ss(), kNoTest);
+    set_source(sources[row++], "Error within Locations ....", n_locations * t1 * (t1 - 1) - Real(n_missing), error_ss,
+               kNoTest);
+    set_source(sources[row], "Corrected Total ...........", Real(s.plots() - 1 - n_missing), r.total_ss(), kNoTest);
 }
 
 template <class Real>
@@ -181,9 +176,8 @@ Real* latin_square_entry(const char* name, int64_t n_treatments, int64_t n_locat
                          const int64_t* column, const int64_t* treatment, const Real* y, va_list ap)
 {
     OptionReader options(ap, 6);
-    return envelope<Real*>(name, nullptr, [&] {
-        return latin_square(n_treatments, n_locations, row, column, treatment, y, options);
-    });
+    return envelope<Real*>(name, nullptr,
+                           [&] { return latin_square(n_treatments, n_locations, row, column, treatment, y, options); });
 }
 
 }  // namespace

@@ -154,12 +154,6 @@ void form_sources(const IntraBlock<Real>& fit, const Real* data, Real unadjusted
     const bool several = d.n_locations > 1;
     const int64_t replicates = several ? 1 : 0;
     const int64_t error = replicates + 4;
-    auto set = [&](Source<Real>& source, const char* label, Real df, Real ss, int64_t tested_by) {
-        set_label(source.label, "%s", label);
-        source.df = df;
-        source.ss = ss;
-        source.tested_by = tested_by;
-    };
     Real error_ss = 0;
     for (int64_t i = 0; i < d.plots(); ++i) {
         const Real e = fit.residual(data, i);
@@ -173,16 +167,17 @@ void form_sources(const IntraBlock<Real>& fit, const Real* data, Real unadjusted
 
     int64_t row = 0;
     if (several)
-        set(sources[row++], "Locations .................", a.effect_df(kLocation), a.effect_ss(kLocation), replicates);
-    set(sources[row++], several ? "Replicates within Locations" : "Replicates ................",
-        a.effect_df(kReplicate) + a.effect_df(kLocation | kReplicate),
-        a.effect_ss(kReplicate) + a.effect_ss(kLocation | kReplicate), error);
-    set(sources[row++], "Treatments (unadjusted) ...", treatments_df, unadjusted, kNoTest);
-    set(sources[row++], "Treatments (adjusted) .....", treatments_df, adjusted, error);
-    set(sources[row++], "Blocks (adjusted) .........", blocks_df, blocks_ss + adjusted - unadjusted, error);
-    set(sources[row++], "Intra-Block Error .........",
-        Real(d.plots() - d.blocks() - d.treatments() + 1 - n_missing), error_ss, kNoTest);
-    set(sources[row], "Corrected Total ...........", Real(d.plots() - 1 - n_missing), a.total_ss(), kNoTest);
+        set_source(sources[row++], "Locations .................", a.effect_df(kLocation), a.effect_ss(kLocation),
+                   replicates);
+    set_source(sources[row++], several ? "Replicates within Locations" : "Replicates ................",
+               a.effect_df(kReplicate) + a.effect_df(kLocation | kReplicate),
+               a.effect_ss(kReplicate) + a.effect_ss(kLocation | kReplicate), error);
+    set_source(sources[row++], "Treatments (unadjusted) ...", treatments_df, unadjusted, kNoTest);
+    set_source(sources[row++], "Treatments (adjusted) .....", treatments_df, adjusted, error);
+    set_source(sources[row++], "Blocks (adjusted) .........", blocks_df, blocks_ss + adjusted - unadjusted, error);
+    set_source(sources[row++], "Intra-Block Error .........",
+               Real(d.plots() - d.blocks() - d.treatments() + 1 - n_missing), error_ss, kNoTest);
+    set_source(sources[row], "Corrected Total ...........", Real(d.plots() - 1 - n_missing), a.total_ss(), kNoTest);
 }
 
 template <class Real>
@@ -235,9 +230,8 @@ Real* lattice_entry(const char* name, int64_t n_replicates, int64_t n_locations,
                     const int64_t* treatment, const Real* y, va_list ap)
 {
     OptionReader options(ap, 5);
-    return envelope<Real*>(name, nullptr, [&] {
-        return lattice(n_replicates, n_locations, block_size, treatment, y, options);
-    });
+    return envelope<Real*>(name, nullptr,
+                           [&] { return lattice(n_replicates, n_locations, block_size, treatment, y, options); });
 }
 
 }  // namespace

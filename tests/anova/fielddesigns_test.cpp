@@ -36,7 +36,10 @@ std::vector<double> read_values(std::istream& in)
     return v;
 }
 
-std::vector<int64_t> as_integers(const std::vector<double>& v) { return {v.begin(), v.end()}; }
+std::vector<int64_t> as_integers(const std::vector<double>& v)
+{
+    return {v.begin(), v.end()};
+}
 
 struct Row {
     std::string label;
@@ -55,34 +58,34 @@ struct TableCase {
 
 std::vector<TableCase> table_cases()
 {
-    return read_reference_cases<TableCase>("tests/anova/data/fielddesigns_tables.txt", [](std::istream& in,
-                                                                                          TableCase& c) {
-        in >> c.routine >> c.name;
-        std::string word;
-        while (in >> word && word != "end") {
-            if (word == "counts") {
-                in >> c.counts[0] >> c.counts[1] >> c.counts[2];
-            } else if (word == "levels") {
-                c.levels = as_integers(read_values(in));
-            } else if (word == "index") {
-                in >> word;
-                c.index[word] = as_integers(read_values(in));
-            } else if (word == "random") {
-                in >> c.random;
-            } else if (word == "y") {
-                c.y = read_values(in);
-            } else if (word == "rows") {
-                in >> word;
-            } else if (word == "row") {
-                Row r;
-                std::string f, p;
-                in >> std::quoted(r.label) >> r.df >> r.ss >> f >> p;
-                r.f = std::strtod(f.c_str(), nullptr);
-                r.p = std::strtod(p.c_str(), nullptr);
-                c.rows.push_back(r);
-            }
-        }
-    });
+    return read_reference_cases<TableCase>("tests/anova/data/fielddesigns_tables.txt",
+                                           [](std::istream& in, TableCase& c) {
+                                               in >> c.routine >> c.name;
+                                               std::string word;
+                                               while (in >> word && word != "end") {
+                                                   if (word == "counts") {
+                                                       in >> c.counts[0] >> c.counts[1] >> c.counts[2];
+                                                   } else if (word == "levels") {
+                                                       c.levels = as_integers(read_values(in));
+                                                   } else if (word == "index") {
+                                                       in >> word;
+                                                       c.index[word] = as_integers(read_values(in));
+                                                   } else if (word == "random") {
+                                                       in >> c.random;
+                                                   } else if (word == "y") {
+                                                       c.y = read_values(in);
+                                                   } else if (word == "rows") {
+                                                       in >> word;
+                                                   } else if (word == "row") {
+                                                       Row r;
+                                                       std::string f, p;
+                                                       in >> std::quoted(r.label) >> r.df >> r.ss >> f >> p;
+                                                       r.f = std::strtod(f.c_str(), nullptr);
+                                                       r.p = std::strtod(p.c_str(), nullptr);
+                                                       c.rows.push_back(r);
+                                                   }
+                                               }
+                                           });
 }
 
 // The two forms of every member, chosen by the element type.
@@ -165,8 +168,14 @@ void check_tables(double tolerance)
     }
 }
 
-TEST(FieldDesigns, TablesAgreeWithAovDouble) { check_tables<double>(1e-10); }
-TEST(FieldDesigns, TablesAgreeWithAovFloat) { check_tables<float>(2e-5); }
+TEST(FieldDesigns, TablesAgreeWithAovDouble)
+{
+    check_tables<double>(1e-10);
+}
+TEST(FieldDesigns, TablesAgreeWithAovFloat)
+{
+    check_tables<float>(2e-5);
+}
 
 struct ServiceCase {
     std::string kind, name;
@@ -213,25 +222,31 @@ void check_services(double tolerance)
                 EXPECT_NEAR(filled[i], c.filled[i], tolerance * std::fabs(c.filled[i])) << i;
             // In place through the caller's array.
             std::vector<Real> in_place = y;
-            EXPECT_EQ(F::yates(c.counts[0], c.counts[1], c.counts[2], in_place.data(), ORVLS_RETURN_USER,
-                               in_place.data(), 0),
-                      in_place.data());
+            EXPECT_EQ(
+                F::yates(c.counts[0], c.counts[1], c.counts[2], in_place.data(), ORVLS_RETURN_USER, in_place.data(), 0),
+                in_place.data());
             for (std::size_t i = 0; i < y.size(); ++i)
                 EXPECT_EQ(in_place[i], filled[i]);
             orvls_free_allocated_memory(filled);
         } else {
             const std::vector<Real> df(c.df.begin(), c.df.end()), ms(c.ms.begin(), c.ms.end());
             Real statistic = 0;
-            const Real p = F::homogeneity(int64_t(df.size()), df.data(), ms.data(), ORVLS_HOMOGENEITY_STATISTIC,
-                                          &statistic, 0);
+            const Real p =
+                F::homogeneity(int64_t(df.size()), df.data(), ms.data(), ORVLS_HOMOGENEITY_STATISTIC, &statistic, 0);
             EXPECT_NEAR(statistic, c.statistic, tolerance * c.statistic);
             EXPECT_NEAR(p, c.p, tolerance * c.p + 1e-15);
         }
     }
 }
 
-TEST(FieldDesigns, ServicesAgreeWithRDouble) { check_services<double>(1e-11); }
-TEST(FieldDesigns, ServicesAgreeWithRFloat) { check_services<float>(1e-5); }
+TEST(FieldDesigns, ServicesAgreeWithRDouble)
+{
+    check_services<double>(1e-11);
+}
+TEST(FieldDesigns, ServicesAgreeWithRFloat)
+{
+    check_services<float>(1e-5);
+}
 
 TEST(FieldDesigns, ZeroMeanSquares)
 {
@@ -314,21 +329,27 @@ TEST(FieldDesigns, ErrorsAreReported)
          [&] { return null_table(orvls_d_crd_factorial(2, 1, 2, kLevels, y, ORVLS_DESIGN_OPTION_B, nullptr, 0)); },
          {5, 104}},
         {"crd missing cell",
-         [&] { return null_table(orvls_d_crd_factorial(2, 1, 2, kLevels, too_few.data(), 0)); }, {5, 65203}},
+         [&] { return null_table(orvls_d_crd_factorial(2, 1, 2, kLevels, too_few.data(), 0)); },
+         {5, 65203}},
         {"rcbd blocks", [&] { return null_table(orvls_d_rcbd_factorial(1, 1, 2, kLevels, y, 0)); }, {5, 65200}},
         {"rcbd treatment gone",
          [&] { return null_table(orvls_d_rcbd_factorial(2, 1, 2, kLevels, treatment_gone.data(), 0)); },
          {5, 65203}},
-        {"latin size", [&] { return null_table(orvls_d_latin_square(1, 1, kRow, kColumn, kTreatment, y, 0)); },
+        {"latin size",
+         [&] { return null_table(orvls_d_latin_square(1, 1, kRow, kColumn, kTreatment, y, 0)); },
          {5, 65200}},
         {"latin locations",
-         [&] { return null_table(orvls_d_latin_square(3, 0, kRow, kColumn, kTreatment, y, 0)); }, {5, 65201}},
+         [&] { return null_table(orvls_d_latin_square(3, 0, kRow, kColumn, kTreatment, y, 0)); },
+         {5, 65201}},
         {"latin twice in a row",
-         [&] { return null_table(orvls_d_latin_square(3, 1, kRow, kColumn, kTwiceInRow, y, 0)); }, {5, 65205}},
+         [&] { return null_table(orvls_d_latin_square(3, 1, kRow, kColumn, kTwiceInRow, y, 0)); },
+         {5, 65205}},
         {"latin out of range",
-         [&] { return null_table(orvls_d_latin_square(3, 1, kRow, kColumn, kOutOfRange, y, 0)); }, {5, 65205}},
+         [&] { return null_table(orvls_d_latin_square(3, 1, kRow, kColumn, kOutOfRange, y, 0)); },
+         {5, 65205}},
         {"latin same place",
-         [&] { return null_table(orvls_d_latin_square(3, 1, kRow, kSamePlace, kTreatment, y, 0)); }, {5, 65205}},
+         [&] { return null_table(orvls_d_latin_square(3, 1, kRow, kSamePlace, kTreatment, y, 0)); },
+         {5, 65205}},
         {"latin row gone",
          [&] { return null_table(orvls_d_latin_square(3, 1, kRow, kColumn, kTreatment, row_gone.data(), 0)); },
          {5, 65205}},
@@ -336,19 +357,24 @@ TEST(FieldDesigns, ErrorsAreReported)
         {"lattice locations", [&] { return null_table(orvls_d_lattice(2, 0, 3, kLattice, y, 0)); }, {5, 65201}},
         {"lattice block size", [&] { return null_table(orvls_d_lattice(2, 1, 1, kLattice, y, 0)); }, {5, 65202}},
         {"lattice repeated",
-         [&] { return null_table(orvls_d_lattice(2, 1, 3, kRepeated, kLatticeY.data(), 0)); }, {5, 65205}},
+         [&] { return null_table(orvls_d_lattice(2, 1, 3, kRepeated, kLatticeY.data(), 0)); },
+         {5, 65205}},
         {"lattice unlinked",
-         [&] { return null_table(orvls_d_lattice(2, 1, 3, kUnlinked, kLatticeY.data(), 0)); }, {5, 65205}},
+         [&] { return null_table(orvls_d_lattice(2, 1, 3, kUnlinked, kLatticeY.data(), 0)); },
+         {5, 65205}},
         {"lattice block gone",
-         [&] { return null_table(orvls_d_lattice(2, 1, 3, kLattice, block_gone.data(), 0)); }, {5, 65205}},
+         [&] { return null_table(orvls_d_lattice(2, 1, 3, kLattice, block_gone.data(), 0)); },
+         {5, 65205}},
         {"yates blocks", [&] { return null_table(orvls_d_yates(1, 1, 3, y, 0)); }, {5, 65200}},
         {"yates locations", [&] { return null_table(orvls_d_yates(2, 0, 3, y, 0)); }, {5, 65201}},
         {"yates treatments", [&] { return null_table(orvls_d_yates(2, 1, 1, y, 0)); }, {5, 65202}},
         {"yates option", [&] { return null_table(orvls_d_yates(2, 1, 3, y, 77, 0)); }, {5, 11001}},
-        {"yates null user", [&] { return null_table(orvls_d_yates(2, 1, 3, y, ORVLS_RETURN_USER, null, 0)); },
+        {"yates null user",
+         [&] { return null_table(orvls_d_yates(2, 1, 3, y, ORVLS_RETURN_USER, null, 0)); },
          {5, 104}},
         {"yates treatment gone",
-         [&] { return null_table(orvls_d_yates(2, 1, 6, treatment_gone.data(), 0)); }, {5, 65203}},
+         [&] { return null_table(orvls_d_yates(2, 1, 6, treatment_gone.data(), 0)); },
+         {5, 65203}},
         {"homogeneity locations", [&] { return std::isnan(orvls_d_homogeneity(1, df, ms, 0)); }, {5, 65200}},
         {"homogeneity df", [&] { return std::isnan(orvls_d_homogeneity(2, no_df, ms, 0)); }, {5, 65205}},
         {"homogeneity negative", [&] { return std::isnan(orvls_d_homogeneity(2, df, negative, 0)); }, {5, 65205}},
@@ -379,9 +405,8 @@ TEST(FieldDesigns, AllocationFailures)
 {
     ErrorCapture capture;
     const auto crd = with_nan(kCrd, {3});
-    const auto two_locations = with_nan(std::vector<double>{1, 3, 2, 5, 4, 4, 6, 2, 3, 1, 5, 7, 2, 3, 4, 3, 5, 6, 2,
-                                                            4, 3, 6, 5, 2},
-                                        {3});
+    const auto two_locations =
+        with_nan(std::vector<double>{1, 3, 2, 5, 4, 4, 6, 2, 3, 1, 5, 7, 2, 3, 4, 3, 5, 6, 2, 4, 3, 6, 5, 2}, {3});
     const auto square = with_nan(kSquare, {4});
     const auto lattice = with_nan(kLatticeY, {5});
     const std::vector<std::pair<const char*, std::function<double*()>>> calls = {
@@ -411,7 +436,8 @@ TEST(FieldDesigns, AllocationFailures)
     const int64_t before = orvls_testing_allocation_count();
     orvls_free_allocated_memory(calls[0].second());
     orvls_testing_fail_allocation(orvls_testing_allocation_count() - before + 1);
-    EXPECT_EQ(orvls_d_crd_factorial(2, 2, 2, kLevels, two_locations.data(), ORVLS_DESIGN_OPTION_B, &labels, 0), nullptr);
+    EXPECT_EQ(orvls_d_crd_factorial(2, 2, 2, kLevels, two_locations.data(), ORVLS_DESIGN_OPTION_B, &labels, 0),
+              nullptr);
     orvls_testing_fail_allocation(0);
     EXPECT_EQ(last_outcome(), (Outcome{5, 201}));
     EXPECT_EQ(labels, nullptr);
