@@ -265,6 +265,11 @@ TEST(FieldDesigns, ZeroMeanSquares)
     EXPECT_TRUE(std::isnan(orvls_d_homogeneity(3, df, all_zero, ORVLS_HOMOGENEITY_STATISTIC, &statistic, 0)));
     EXPECT_TRUE(std::isnan(statistic));
     EXPECT_EQ(orvls_n1rty(1), 0);
+    // Far in the tail the probability underflows quietly to about 0.
+    const double many[] = {200, 300, 250}, spread[] = {1, 1e-12, 1e12};
+    EXPECT_LT(orvls_d_homogeneity(3, many, spread, ORVLS_HOMOGENEITY_STATISTIC, &statistic, 0), 1e-300);
+    EXPECT_GT(statistic, 1e4);
+    EXPECT_EQ(orvls_n1rty(1), 0);
 }
 
 // A small layout of each member for the error table.
