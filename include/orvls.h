@@ -2092,7 +2092,8 @@ ORVLS_API double orvls_d_anova_nested(int64_t n_factors, int64_t equal_option, c
  * estimate counts as 0.  Limits are Satterthwaite's chi-squared limits
  * nu L / chi2(nu, (1 + c) / 2) and nu L / chi2(nu, (1 - c) / 2) of the
  * estimate L as a combination of mean squares, nu = L^2 / sum (a_t
- * MS_t)^2 / df_t; exact for the error; NaN when L is not positive.
+ * MS_t)^2 / df_t; exact for the error; NaN when L is not positive or nu
+ * is below 0.5.
  * Columns 6 to 9 are NaN for a fixed effect.
  */
 #define ORVLS_VARIANCE_COMPONENTS       15310

@@ -10,8 +10,10 @@
 #include "anova/crossed.h"
 #include "frame/checks.h"
 #include "frame/envelope.h"
+#include "frame/machine.h"
 #include "frame/memory.h"
 #include "orvls.h"
+#include "regression/inference.h"
 #include "regression/outputs.h"
 
 namespace orvls::anova {

@@ -21,6 +21,10 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 // coefficient that is 0 (the coefficients are ratios of counts).
 constexpr double kNoise = 1e-10;
 
+// Limits need at least this many degrees of freedom: below it they carry no
+// information, and the chi-squared quantiles are not formed reliably.
+constexpr double kLeastLimitDf = 0.5;
+
 void clear_noise(int64_t n, double* row)
 {
     double largest = 0;
@@ -124,10 +128,12 @@ Combination denominator(int64_t n, int64_t i, const double* ems, const double* i
     return combine(n, weights, ms, df);
 }
 
+// The chi-squared quantile through the gamma inverse, which takes the small
+// and fractional degrees of freedom Satterthwaite's rule can give.
 template <class Real>
-Real chi_squared_quantile(double p, double df)
+double chi_squared_quantile(double p, double df)
 {
-    return special::l_chi_squared_inverse_cdf(Real(p), Real(df));
+    return 2 * double(gamin(Real(p), Real(df / 2)));
 }
 
 }  // namespace
@@ -175,9 +181,9 @@ bool l_a2est(const SourceModel<Real>& model, Real confidence, Real* rows)
         row[kComponentEstimate] = Real(c.value);
         if (random_total > 0)
             row[kComponentPercent] = Real(100 * std::fmax(c.value, 0.0) / random_total);
-        if (c.value > 0 && c.df > 0) {
-            row[kComponentLower] = Real(c.df * c.value / double(chi_squared_quantile<Real>((1 + level) / 2, c.df)));
-            row[kComponentUpper] = Real(c.df * c.value / double(chi_squared_quantile<Real>((1 - level) / 2, c.df)));
+        if (c.value > 0 && c.df >= kLeastLimitDf) {
+            row[kComponentLower] = Real(c.df * c.value / chi_squared_quantile<Real>((1 + level) / 2, c.df));
+            row[kComponentUpper] = Real(c.df * c.value / chi_squared_quantile<Real>((1 - level) / 2, c.df));
         }
     }
     return true;

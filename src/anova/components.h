@@ -54,7 +54,8 @@ struct SourceModel {
 //   sum of the random estimates, negative ones counting as 0.
 // - Limits at `confidence` percent: Satterthwaite's chi-squared limits of
 //   the estimate as a combination of mean squares (exact for the error);
-//   NaN for an estimate that is not positive.
+//   NaN for an estimate that is not positive or with fewer than 0.5
+//   degrees of freedom.
 // False when memory is short (nothing reported).
 template <class Real>
 bool l_a2est(const SourceModel<Real>& model, Real confidence, Real* rows);

@@ -10,6 +10,7 @@
 #include "anova/missing.h"
 #include "frame/checks.h"
 #include "frame/envelope.h"
+#include "frame/machine.h"
 #include "frame/memory.h"
 #include "kernels/accurate_sum.h"
 #include "orvls.h"
