@@ -144,22 +144,29 @@ Real orvls_a2way(int64_t n_subscripts, const int64_t* n_levels, const Real* y, i
         return pool ? std::popcount(m) <= order : (m & ~factors) == 0;
     };
 
-    WorkArray<Real> data(n_obs);
+    // The responses are copied only when missing ones are to be filled in.
+    bool complete = true;
+    for (int64_t i = 0; i < n_obs && complete; ++i)
+        complete = !std::isnan(y[i]);
+    WorkArray<Real> filled(complete ? 0 : n_obs);
     WorkArray<Mask> effects(Mask(1) << n_factors);
     CrossedLayout<Real> layout;
-    if (!data.ok() || !effects.ok()) {
+    if (!filled.ok() || !effects.ok()) {
         refuse_memory(n_obs);
         return nan;
     }
-    for (int64_t i = 0; i < n_obs; ++i)
-        data[i] = y[i];
     int64_t n_missing = 0;
-    switch (estimate_missing(n_subscripts, n_levels, data.get(), in_model, &n_missing)) {
-    case MissingOutcome::estimated: break;
-    case MissingOutcome::too_many: orvls_ermes(5, 65203); return nan;
-    case MissingOutcome::out_of_memory: refuse_memory(n_obs); return nan;
+    if (!complete) {
+        for (int64_t i = 0; i < n_obs; ++i)
+            filled[i] = y[i];
+        switch (estimate_missing(n_subscripts, n_levels, filled.get(), in_model, &n_missing)) {
+        case MissingOutcome::estimated: break;
+        case MissingOutcome::too_many: orvls_ermes(5, 65203); return nan;
+        case MissingOutcome::out_of_memory: refuse_memory(n_obs); return nan;
+        }
     }
-    if (!layout.analyse(n_subscripts, n_levels, data.get())) {
+    const Real* data = complete ? y : filled.get();
+    if (!layout.analyse(n_subscripts, n_levels, data)) {
         refuse_memory(n_obs);
         return nan;
     }
@@ -175,7 +182,7 @@ Real orvls_a2way(int64_t n_subscripts, const int64_t* n_levels, const Real* y, i
     } else {
         const int64_t replicates = n_levels[n_subscripts - 1];
         error_df = Real(n_obs - n_obs / replicates);
-        error_ss = within_cells(n_obs, replicates, data.get(), accurate_mean(n_obs, data.get()));
+        error_ss = within_cells(n_obs, replicates, data, accurate_mean(n_obs, data));
     }
     error_df -= Real(n_missing);
 
