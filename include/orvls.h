@@ -1997,7 +1997,8 @@ ORVLS_API void orvls_d_regression_stepwise(int64_t n_rows, int64_t n_candidate, 
  *  - 5, 20302: model order outside 1 to n_subscripts - 1 (int 1 = order, int 2 = n_subscripts - 1)
  *  - 5, 65203: missing responses that the model cannot estimate (a cell
  *    without responses under pure error, or too many missing)
- *  - 5, 201: memory (int 1 = number of responses)
+ *  - 5, 201: memory (int 1 = number of responses), or a layout whose tables of
+ *    means, the product of (levels + 1), would pass 2^32 values (int 1 = that product)
  */
 ORVLS_API float orvls_f_anova_factorial(int64_t n_subscripts, const int64_t *n_levels, const float *y, ...);
 /** @copydoc orvls_f_anova_factorial() */
@@ -2162,7 +2163,7 @@ ORVLS_API double orvls_d_anova_nested(int64_t n_factors, int64_t equal_option, c
  *  - 5, 20308: two effects hold a common part that no smaller effect of the model
  *    holds (int 1, int 2 = the effects from 1): add the effect of their common factors
  *  - 5, 20309: a missing (NaN) response (int 1 = its index)
- *  - 5, 201: memory (int 1 = number of responses)
+ *  - 5, 201: memory, or a layout too large, as for orvls_f_anova_factorial()
  */
 ORVLS_API float orvls_f_anova_balanced(int64_t n_factors, const int64_t *n_levels, const float *y, int64_t n_random,
                                        const int64_t *index_random_factor, int64_t n_model_effects,

@@ -310,7 +310,7 @@ bool levels_valid(int64_t n_subscripts, const int64_t* n_levels, bool last_repli
 
 bool layout_size_valid(int64_t n_subscripts, const int64_t* n_levels)
 {
-    constexpr double most_values = double(int64_t(1) << 48);
+    constexpr double most_values = double(int64_t(1) << 32);
     double values = 1;
     for (int64_t d = 0; d < n_subscripts; ++d)
         values *= double(n_levels[d] + 1);

@@ -157,8 +157,9 @@ void nested_against_r()
         const int64_t n = int64_t(std::sqrt(double(c.v.at("ems").size())) + 0.5);
         std::vector<Real> ems(n * n), rows(n * 10), means(c.v.at("means").size());
         Real table[15];
-        const Real p = nested<Real>(n, int64_t(c.one("equal")), levels.data(), y.data(), ORVLS_CONFIDENCE,
-                                    c.one("confidence"), ORVLS_EMS_USER, ems.data(), ORVLS_VARIANCE_COMPONENTS_USER,
+        Real confidence = Real(c.one("confidence"));
+        const Real p = nested<Real>(n, int64_t(c.one("equal")), levels.data(), y.data(), ORVLS_CONFIDENCE_ADR,
+                                    &confidence, ORVLS_EMS_USER, ems.data(), ORVLS_VARIANCE_COMPONENTS_USER,
                                     rows.data(), ORVLS_Y_MEANS_USER, means.data(), ORVLS_ANOVA_TABLE_USER, table,
                                     ORVLS_NESTED_OPTION, 3, 0);
         ASSERT_EQ(orvls_n1rty(1), 0) << capture.text();
