@@ -2,7 +2,7 @@
 // responses, the three-factor interaction as the error) beside a plain
 // two-pass computation of the same sums of squares: one pass for the
 // marginal sums, one for the total about the grand mean.  Each reports the
-// time per response.
+// time per response, and the reporter the ratio of the two.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "orvls.h"
+#include "peer_report.h"
 
 namespace {
 
@@ -114,6 +115,14 @@ void two_pass(benchmark::State& state)
 
 }  // namespace
 
-BENCHMARK(orvls_factorial)->Unit(benchmark::kMillisecond);
-BENCHMARK(two_pass)->Unit(benchmark::kMillisecond);
-BENCHMARK_MAIN();
+int main(int argc, char** argv)
+{
+    orvls_skip_signal_handler();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RegisterBenchmark("factorial/orvls/100x100x100", orvls_factorial)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("factorial/two_pass/100x100x100", two_pass)->Unit(benchmark::kMillisecond);
+    peer_report::RatioReporter reporter({"two_pass"}, "ms per analysis");
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}
