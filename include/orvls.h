@@ -248,16 +248,16 @@ extern "C" {
 #define orvls_d_regression_stepwise        orvls_20321
 
 /* Analysis of variance and multiple comparisons */
-#define orvls_f_anova_oneway               orvls_20330
-#define orvls_d_anova_oneway               orvls_20331
+#define orvls_f_anova_oneway               orvls_20520
+#define orvls_d_anova_oneway               orvls_20521
+#define orvls_f_multiple_comparisons       orvls_20522
+#define orvls_d_multiple_comparisons       orvls_20523
 #define orvls_f_anova_factorial            orvls_20524
 #define orvls_d_anova_factorial            orvls_20525
 #define orvls_f_anova_nested               orvls_20526
 #define orvls_d_anova_nested               orvls_20527
 #define orvls_f_anova_balanced             orvls_20528
 #define orvls_d_anova_balanced             orvls_20529
-#define orvls_f_multiple_comparisons       orvls_20338
-#define orvls_d_multiple_comparisons       orvls_20339
 
 /* Designed experiments */
 #define orvls_f_crd_factorial              orvls_20340

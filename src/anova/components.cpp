@@ -351,6 +351,8 @@ Real deliver_random_model(const SourceModel<Real>& model, Real grand_mean, const
         refuse_memory(n_observations);
         return Real(kNaN);
     }
+    if (regression::is_fatal(orvls_n1rty(0)))
+        return Real(kNaN);
     Real model_df = 0, model_ss = 0;
     for (int64_t i = 0; i < n - 1; ++i) {
         model_df += model.df[i];

@@ -96,7 +96,8 @@ void read_random_model_options(OptionReader& options, RandomModelOptions<Real>& 
 // source but the error), the expected mean squares, the component rows and
 // the means (means_count values at `means`).  Returns the probability of
 // the overall F, or NaN after a short allocation (type 5, 201 with the
-// number of observations), when nothing is handed over.
+// number of observations) or another fatal error, when nothing is handed
+// over.
 template <class Real>
 Real deliver_random_model(const SourceModel<Real>& model, Real grand_mean, const Real* means, int64_t means_count,
                           RandomModelOptions<Real>& settings, int64_t n_observations);

@@ -208,6 +208,8 @@ Real orvls_a2way(int64_t n_subscripts, const int64_t* n_levels, const Real* y, i
         }
     if (settings.means.wanted())
         write_means(layout, n_effects, effects.get(), settings.means.data());
+    if (is_fatal(orvls_n1rty(0)))
+        return nan;
     settings.table.hand_over();
     settings.effects.hand_over();
     settings.means.hand_over();

@@ -47,7 +47,7 @@ struct LevelList {
 };
 
 // Counts beyond this cannot be held in memory; refused as a short allocation.
-constexpr int64_t kMostGroups = int64_t(1) << 48;
+constexpr int64_t kMostGroups = int64_t(1) << 32;
 
 bool count_valid(int64_t entry, int64_t count)
 {
