@@ -2199,6 +2199,207 @@ ORVLS_API double orvls_d_anova_balanced(int64_t n_factors, const int64_t *n_leve
 
 /* -- plot designs: split plot, split-split plot, strip plot, strip-split plot -- */
 
+/**
+ * @brief Split-plot design, possibly repeated at several locations (float
+ * form; orvls_d_split_plot is the same with double).
+ *
+ * At each location n_blocks blocks are divided into n_whole whole plots,
+ * which carry the levels of the whole-plot factor, and each whole plot into
+ * n_split split plots, which carry the levels of the split-plot factor.  y
+ * holds one response per split plot in lexicographic order: location, then
+ * block, then whole plot, then split plot varying fastest.  (The counts
+ * come blocks first, then locations, then the treatment factors from the
+ * largest plot to the smallest; only the data put location first.)
+ *
+ * The result is the table of the family (see @ref designs), always these
+ * 11 rows, whatever the number of locations:
+ *  0 "Location", 1 "Block Within Location", 2 "Whole-Plot",
+ *  3 "Location x Whole-Plot", 4 "Whole-Plot Error", 5 "Split-Plot",
+ *  6 "Location x Split-Plot", 7 "Whole-Plot x Split-Plot",
+ *  8 "Location x Whole-Plot x Split-Plot", 9 "Split-Plot Error",
+ *  10 "Corrected Total".
+ * With one location the location rows have 0 degrees of freedom and NaN
+ * for their mean square, F and probability.  Blocks within locations pool
+ * the block and location-by-block effects; the whole-plot error pools the
+ * interactions of the blocks (within locations) with the whole-plot
+ * factor; the split-plot error those with the split-plot factor and with
+ * both factors.  Location is tested against the blocks within locations;
+ * every other effect against the error of its stratum, except that with
+ * random locations (ORVLS_DESIGN_OPTION_A 1) each treatment effect is
+ * tested against its interaction with location (which, with one location,
+ * leaves it untested).  The blocks are not tested.
+ *
+ * Missing responses (NaN) are estimated from the model of every effect but
+ * the split-plot error; each takes one degree of freedom from the
+ * split-plot error and the total.  y is not modified.
+ *
+ * Options: @ref ORVLS_RETURN_USER (an array of 11 x 5 reals),
+ * @ref ORVLS_NESTED_OPTION, @ref ORVLS_DESIGN_OPTION_A,
+ * @ref ORVLS_DESIGN_OPTION_B (the 11 labels above).
+ *
+ * Errors, type 5 (no table):
+ *  - 65200: n_blocks below 2 (int 1 = n_blocks)
+ *  - 65201: n_locations below 1 (int 1 = n_locations)
+ *  - 65202: n_whole below 2 (int 1 = n_whole)
+ *  - 603: n_split below 2 (string 1 = "n_split", int 1 = n_split)
+ *  - 65204: the missing responses cannot be estimated (too many, or a
+ *    whole plot without any response)
+ *  - 201: no memory for the table or the labels (string 1 = "n_whole",
+ *    int 1 = n_whole) or for the work arrays (string 1 = "n_split", int 1 =
+ *    n_split)
+ *  - 11001: unknown option (int 1 = code, int 2 = position)
+ *  - 104: a null pointer given to ORVLS_RETURN_USER or ORVLS_DESIGN_OPTION_B
+ *
+ * @param n_blocks    blocks at each location, at least 2
+ * @param n_locations locations, at least 1
+ * @param n_whole     levels of the whole-plot factor, at least 2
+ * @param n_split     levels of the split-plot factor, at least 2
+ * @param y           n_locations x n_blocks x n_whole x n_split responses
+ * @param ...         options, each a code and its values, ended by 0
+ * @return the 11 x 5 table, allocated (free it with
+ *         orvls_free_allocated_memory()) or the ORVLS_RETURN_USER array;
+ *         NULL after an error
+ */
+ORVLS_API float *orvls_f_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
+                                    const float *y, ...);
+/** @copydoc orvls_f_split_plot() */
+ORVLS_API double *orvls_d_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
+                                     const double *y, ...);
+
+/**
+ * @brief Split-split-plot design, possibly repeated at several locations
+ * (float form; orvls_d_split_split_plot is the same with double).
+ *
+ * As orvls_f_split_plot(), with each split plot divided again into n_sub
+ * sub plots carrying the levels of a third factor.  y holds one response
+ * per sub plot: location, block, whole plot, split plot, then sub plot
+ * varying fastest.  The table has always these 20 rows:
+ *  0 "Location", 1 "Blocks Within Location", 2 "Whole-Plot",
+ *  3 "Location x Whole-Plot", 4 "Whole-Plot Error", 5 "Split-Plot",
+ *  6 "Location x Split-Plot", 7 "Whole-Plot x Split-Plot",
+ *  8 "Location x Whole-Plot x Split-Plot", 9 "Split-Plot Error",
+ *  10 "Sub-Plot", 11 "Location x Sub-Plot", 12 "Whole-Plot x Sub-Plot",
+ *  13 "Location x Whole-Plot x Sub-Plot", 14 "Split-plot x Sub-Plot",
+ *  15 "Location x Split-Plot x Sub-Plot",
+ *  16 "Whole_plot x Split-Plot x Sub-Plot",
+ *  17 "Location x Whole-Plot x Split-Plot x Sub-Plot", 18 "Sub-Plot Error",
+ *  19 "Corrected Total".
+ * The sub-plot error pools the interactions of the blocks (within
+ * locations) with every treatment effect that holds the sub-plot factor;
+ * the sources of rows 10 to 17 are tested against it (or, with random
+ * locations, the treatment effects against their interaction with
+ * location).  Missing responses are estimated from every effect but the
+ * sub-plot error, whose degrees of freedom they take.
+ *
+ * Options as for orvls_f_split_plot() (a table of 20 x 5).  Errors as for
+ * orvls_f_split_plot(), with n_whole (65202), n_split and n_sub (603, each
+ * at least 2); 201 names "n_whole" for the table and labels, "n_sub" for
+ * the work arrays.
+ *
+ * @param n_blocks    blocks at each location, at least 2
+ * @param n_locations locations, at least 1
+ * @param n_whole     levels of the whole-plot factor, at least 2
+ * @param n_split     levels of the split-plot factor, at least 2
+ * @param n_sub       levels of the sub-plot factor, at least 2
+ * @param y           n_locations x n_blocks x n_whole x n_split x n_sub responses
+ * @param ...         options, each a code and its values, ended by 0
+ * @return the 20 x 5 table, allocated or the ORVLS_RETURN_USER array; NULL
+ *         after an error
+ */
+ORVLS_API float *orvls_f_split_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
+                                          int64_t n_sub, const float *y, ...);
+/** @copydoc orvls_f_split_split_plot() */
+ORVLS_API double *orvls_d_split_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole,
+                                           int64_t n_split, int64_t n_sub, const double *y, ...);
+
+/**
+ * @brief Strip-plot design, possibly repeated at several locations (float
+ * form; orvls_d_strip_plot is the same with double).
+ *
+ * Each block is crossed by n_strip_a horizontal strips, carrying the levels
+ * of factor A, and n_strip_b vertical strips, carrying the levels of factor
+ * B; a response is taken where two strips meet.  y holds them in order
+ * location, block, A strip, then B strip varying fastest.  The table has
+ * always these 12 rows:
+ *  0 "Location", 1 "Block Within Location", 2 "Strip-Plot A",
+ *  3 "Location x Strip-Plot A", 4 "Strip-Plot A Error", 5 "Strip-Plot B",
+ *  6 "Location x Strip-Plot B", 7 "Strip-Plot B Error",
+ *  8 "Strip-Plot A x Strip-Plot B", 9 "Location x Strip-Plot A x Strip-Plot B",
+ *  10 "Strip-Plot A x Strip-Plot B Error", 11 "Corrected Total".
+ * Each error pools the interactions of the blocks (within locations) with
+ * A, with B, and with A x B; each effect is tested against the error of
+ * its own stratum (or, with random locations, a treatment effect against
+ * its interaction with location).  Missing responses are estimated from
+ * every effect but the A x B error, whose degrees of freedom they take.
+ *
+ * Options as for orvls_f_split_plot() (a table of 12 x 5).  Errors as for
+ * orvls_f_split_plot(), with n_strip_a (65202) and n_strip_b (603, at least
+ * 2); 201 names "n_strip_a" for the table and labels, "n_strip_b" for the
+ * work arrays.
+ *
+ * @param n_blocks    blocks at each location, at least 2
+ * @param n_locations locations, at least 1
+ * @param n_strip_a   levels of factor A, at least 2
+ * @param n_strip_b   levels of factor B, at least 2
+ * @param y           n_locations x n_blocks x n_strip_a x n_strip_b responses
+ * @param ...         options, each a code and its values, ended by 0
+ * @return the 12 x 5 table, allocated or the ORVLS_RETURN_USER array; NULL
+ *         after an error
+ */
+ORVLS_API float *orvls_f_strip_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a, int64_t n_strip_b,
+                                    const float *y, ...);
+/** @copydoc orvls_f_strip_plot() */
+ORVLS_API double *orvls_d_strip_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a, int64_t n_strip_b,
+                                     const double *y, ...);
+
+/**
+ * @brief Strip-split-plot design, possibly repeated at several locations
+ * (float form; orvls_d_strip_split_plot is the same with double).
+ *
+ * A strip plot (see orvls_f_strip_plot()) whose A strips are each divided
+ * lengthwise into n_split parts carrying the levels of a split-plot factor,
+ * so that every crossing of an A strip and a B strip holds n_split plots.
+ * y holds one response per plot: location, block, A strip, B strip, then
+ * split plot varying fastest.  The table has always these 23 rows, whose
+ * labels are padded with dots to one width:
+ *  0 Location, 1 Blocks, 2 Blocks Within Location, 3 Strip-Plot A,
+ *  4 Location x A, 5 Strip-Plot A Error, 6 Split-Plot, 7 Split-Plot x A,
+ *  8 Location x Split-Plot, 9 Split-Plot Error, 10 Location x Split-Plot x A,
+ *  11 Strip-Plot B, 12 Location x B, 13 Strip-Plot B Error, 14 A x B,
+ *  15 Location x A x B, 16 A x B Error, 17 Split-Plot x B,
+ *  18 Split-Plot x A x B, 19 Location x Split-Plot x B,
+ *  20 Location x Split-Plot x A x B, 21 Split-Plot x A x B Error,
+ *  22 Corrected Total.
+ * With one location the blocks are row 1 and row 2 has 0 degrees of
+ * freedom; with several, row 1 has 0 degrees of freedom and row 2 pools
+ * the blocks within locations.  The split-plot error pools the
+ * interactions of the blocks with the split-plot factor and with it and A,
+ * and tests rows 6 to 8 and 10; the last error pools those with the
+ * split-plot factor and B, and with all three, and tests rows 17 to 20.
+ * Missing responses are estimated from every effect but that last error,
+ * whose degrees of freedom they take.
+ *
+ * Options as for orvls_f_split_plot() (a table of 23 x 5).  Errors as for
+ * orvls_f_split_plot(), with n_strip_a (65202), n_strip_b and n_split
+ * (603, each at least 2); 201 names "n_strip_a" for the table and labels,
+ * "n_split" for the work arrays.
+ *
+ * @param n_blocks    blocks at each location, at least 2
+ * @param n_locations locations, at least 1
+ * @param n_strip_a   levels of factor A, at least 2
+ * @param n_strip_b   levels of factor B, at least 2
+ * @param n_split     levels of the split-plot factor, at least 2
+ * @param y           n_locations x n_blocks x n_strip_a x n_strip_b x n_split responses
+ * @param ...         options, each a code and its values, ended by 0
+ * @return the 23 x 5 table, allocated or the ORVLS_RETURN_USER array; NULL
+ *         after an error
+ */
+ORVLS_API float *orvls_f_strip_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a,
+                                          int64_t n_strip_b, int64_t n_split, const float *y, ...);
+/** @copydoc orvls_f_strip_split_plot() */
+ORVLS_API double *orvls_d_strip_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a,
+                                           int64_t n_strip_b, int64_t n_split, const double *y, ...);
+
 /** @} */
 /* END DESIGNED EXPERIMENTS */
 
