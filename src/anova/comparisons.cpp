@@ -24,7 +24,7 @@ template <class Real>
 bool check_interval_confidence(int64_t method, Real confidence)
 {
     if (method != kTukey)
-        return regression::check_confidence_percent(confidence);
+        return regression::check_confidence(double(confidence));
     if (confidence >= 90 && confidence <= 99)
         return true;
     orvls_e1std(1, confidence);

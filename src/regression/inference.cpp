@@ -29,21 +29,6 @@ Real probability_of_larger_f(Real f, Real dfr, Real dfe)
 }  // namespace
 
 template <class Real>
-bool check_confidence_percent(Real confidence)
-{
-    if (confidence < 0 || confidence >= 100 || std::isnan(confidence)) {
-        orvls_ermes(5, 20403);
-        return false;
-    }
-    if (confidence > 0 && confidence < 50) {
-        orvls_e1stl(1, "confidence");
-        orvls_e1std(1, double(confidence));
-        orvls_ermes(6, 20404);
-    }
-    return true;
-}
-
-template <class Real>
 Real upper_f_probability(Real f, Real df1, Real df2)
 {
     if (std::isnan(f) || !(df1 > 0) || !(df2 > 0))
@@ -51,6 +36,20 @@ Real upper_f_probability(Real f, Real df1, Real df2)
     if (std::isinf(f))
         return 0;
     return beta_incomplete(ratio(df2, df2 + df1 * f), df2 / 2, df1 / 2);
+}
+
+bool check_confidence(double confidence)
+{
+    if (confidence < 0 || confidence >= 100 || std::isnan(confidence)) {
+        orvls_ermes(5, 20403);
+        return false;
+    }
+    if (confidence > 0 && confidence < 50) {
+        orvls_e1stl(1, "confidence");
+        orvls_e1std(1, confidence);
+        orvls_ermes(6, 20404);
+    }
+    return true;
 }
 
 template <class Real>
@@ -138,8 +137,6 @@ void orvls_rcoef(int64_t ncoef, const Real* b, const Real* se, Real dfe, Real* c
     }
 }
 
-template bool check_confidence_percent<float>(float);
-template bool check_confidence_percent<double>(double);
 template float upper_f_probability<float>(float, float, float);
 template double upper_f_probability<double>(double, double, double);
 template void orvls_g1aov<float>(float, float, float, float, float, float*);

@@ -19,6 +19,11 @@ Real ratio(Real a, Real b)
     return result;
 }
 
+// The confidence of limits, in percent: below 0, from 100 on or NaN is
+// refused (type 5, 20403); above 0 and below 50 is noted (type 6, 20404,
+// string 1 = "confidence", real 1 = the value).  True when it may be used.
+bool check_confidence(double confidence);
+
 // Places of the analysis-of-variance table.
 enum AnovaPlace : int64_t {
     kModelDf = 0,
@@ -39,12 +44,6 @@ enum AnovaPlace : int64_t {
 };
 constexpr int64_t kAnovaValues = 15;
 
-// The confidence of limits in percent: negative, at least 100 or NaN is
-// refused (type 5, 20403); above 0 and below 50 gives a note (type 6,
-// 20404, with string 1 "confidence" and real 1 the value) and the limits
-// are formed.  False when refused.
-template <class Real>
-bool check_confidence_percent(Real confidence);
 // The probability of a larger F with df1 and df2 degrees of freedom: 0 for
 // an infinite F, NaN where F or a degree of freedom leaves it undefined.
 template <class Real>

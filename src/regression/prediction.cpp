@@ -372,7 +372,7 @@ bool check_prediction(int64_t n_predict, const Info<Real>& info, PredictionSetti
 {
     int64_t checks = 0;
     orvls_check_range(n_predict, "n_predict", 1, 0, &checks);
-    check_confidence_percent(s.confidence);
+    check_confidence(double(s.confidence));
     if (info.intercept != 0 && info.intercept != 1) {
         orvls_e1sti(1, info.intercept);
         orvls_ermes(5, 20300);
