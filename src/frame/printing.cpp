@@ -448,11 +448,16 @@ void write_report_table(const ReportTable& table, int64_t rows, int64_t columns,
         return;
     OutputLockScope lock(true, target.stream);
     WriteState& state = *write_state();
+    // The empty lines of a report's titles count towards the paging setting,
+    // which is a line count only with pages: without them it stays as it was.
+    const int64_t paging = target.settings->paging;
     print_formatted(target, state, table.format, [&](LineWriter& out, const Conversion* list, int64_t count) {
         const TableRequest request{table.title,    table.corner, true,  table.row_labels,        table.column_labels,
                                    table.triangle, list,         count, target.page->page_width, target.settings};
         return print_table(out, MatrixView<Real>{a, rows, columns, lda}, request);
     });
+    if (paging < 0)
+        target.settings->paging = paging;
     flush_target(state, target.stream);
 }
 
