@@ -169,4 +169,104 @@ TEST(CaseAnalysis, FrequenciesActAsRepeatedRows)
     check_frequencies<float>(2e-3);
 }
 
+// The line through y = 1 3 2 5 4 on x = 1..5 (3 degrees of freedom).
+RegressionInfo<double>* line_fit()
+{
+    double x[] = {1, 2, 3, 4, 5}, y[] = {1, 3, 2, 5, 4};
+    RegressionInfo<double>* info = nullptr;
+    std::free(orvls_d_regression(5, 1, x, y, ORVLS_REGRESSION_INFO, &info, 0));
+    return info;
+}
+
+// One row of (x, weight, response, prediction weight) through the case
+// analysis under a name of its own, so that its outcome can be read.
+struct RowOutcome {
+    int64_t nrmiss;
+    Outcome outcome;
+};
+
+RowOutcome analyse_row(const double (&row)[4], const GlmModel<double>* glm = nullptr)
+{
+    RegressionInfo<double>* info = line_fit();
+    const CaseFit<double> fit{2, info->coefficients, info->R, 2, info->df_error, info->sscp_error[0]};
+    double table[kCaseValues], wk[4];
+    int64_t nrmiss = 0;
+    orvls_e1psh("case_analysis_test");
+    orvls_r2ase<double>(0, 1, 4, row, 4, 1, glm == nullptr ? -1 : 1, glm, 2, 1, 3, 95, 95, "N", 1, fit, table,
+                        kCaseValues, &nrmiss, wk);
+    orvls_e1pop("case_analysis_test");
+    std::free(info);
+    return {nrmiss, last_outcome()};
+}
+
+TEST(CaseAnalysis, StatisticsLeftOutAreCounted)
+{
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    const struct {
+        const char* name;
+        double row[4];
+        int64_t nrmiss;
+    } cases[] = {
+        {"complete", {2, 1, 3, 1}, 0},
+        {"no response", {2, 1, none, 1}, 1},
+        // A missing weight stops the statistics and again the row.
+        {"no weight", {2, none, 3, 1}, 2},
+        {"no prediction weight", {2, 1, 3, none}, 1},
+        {"weight 0", {2, 0, 3, 1}, 1},
+    };
+    for (const auto& c : cases) {
+        ErrorCapture capture;
+        const RowOutcome result = analyse_row(c.row);
+        EXPECT_EQ(result.nrmiss, c.nrmiss) << c.name;
+        EXPECT_EQ(result.outcome, (Outcome{0, 0})) << c.name << ": " << capture.text();
+    }
+}
+
+TEST(CaseAnalysis, ErrorsAreRefusedWithTheirCodes)
+{
+    // Two effects of the one regressor column: two regressors for one slot.
+    const int64_t nvef[] = {1, 1}, indef[] = {1, 1};
+    const GlmModel<double> twice{0, nullptr, nullptr, nullptr, 2, nvef, indef, 1};
+    const struct {
+        const char* name;
+        double row[4];
+        const GlmModel<double>* glm;
+        Outcome expected;
+    } cases[] = {
+        {"negative weight", {2, -1, 3, 1}, nullptr, {5, 11057}},
+        {"prediction weight 0", {2, 1, 3, 0}, nullptr, {4, 20054}},
+        {"negative prediction weight", {2, 1, 3, -2}, nullptr, {4, 20054}},
+        {"regressors beyond the fit", {2, 1, 3, 1}, &twice, {5, 602}},
+    };
+    for (const auto& c : cases) {
+        ErrorCapture capture;
+        EXPECT_EQ(analyse_row(c.row, c.glm).outcome, c.expected) << c.name << ": " << capture.text();
+    }
+}
+
+// A warning about a leverage above 1 or a negative deleted variance is
+// withdrawn when no output asked for rests on it.
+TEST(CaseAnalysis, WarningsOnlyWithTheOutputsTheyConcern)
+{
+    RegressionInfo<double>* info = line_fit();
+    ASSERT_NE(info, nullptr);
+    double x[] = {2}, y[] = {12}, out[1];
+    const struct {
+        const char* name;
+        int option;
+        Outcome expected;
+    } cases[] = {
+        {"deleted residual", ORVLS_DELETED_RESIDUAL_USER, {3, 20052}},
+        {"DFFITS", ORVLS_DFFITS_USER, {3, 20052}},
+        {"leverage", ORVLS_LEVERAGE_USER, {0, 0}},
+        {"residual", ORVLS_RESIDUAL_USER, {0, 0}},
+    };
+    for (const auto& c : cases) {
+        ErrorCapture capture;
+        std::free(orvls_d_regression_prediction(info, 1, x, ORVLS_Y, y, c.option, out, 0));
+        EXPECT_EQ(last_outcome(), c.expected) << c.name << ": " << capture.text();
+    }
+    std::free(info);
+}
+
 }  // namespace
