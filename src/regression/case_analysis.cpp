@@ -203,6 +203,8 @@ template <class Real>
 void print_cases(const char* print, int64_t ido, int64_t iobs, int64_t nrow, const Real* case_table, int64_t ldcase,
                  Real mark, Real conpcm, Real conpcp)
 {
+    if (print_selects_none(print))
+        return;
     bool shown[kCaseColumnCount];
     bool any = false;
     for (int64_t c = 0; c < kCaseColumnCount; ++c)

@@ -61,13 +61,16 @@ bool selector_holds(const char* selector, char c)
 
 }  // namespace
 
+bool print_selects_none(const char* selector)
+{
+    return selector == nullptr || (!selector_holds(selector, 'A') && selector_holds(selector, 'N'));
+}
+
 bool print_selects(const char* selector, char section)
 {
-    if (selector == nullptr)
+    if (print_selects_none(selector))
         return false;
-    if (selector_holds(selector, 'A'))
-        return true;
-    return !selector_holds(selector, 'N') && selector_holds(selector, section);
+    return selector_holds(selector, 'A') || selector_holds(selector, section);
 }
 
 }  // namespace orvls::regression

@@ -18,5 +18,7 @@ void deliver_report(char* text, char** text_target, bool to_stdout);
 // digit): "A" anywhere, in either case, asks for all; otherwise "N"
 // anywhere for none; otherwise each character named.  Null asks for none.
 bool print_selects(const char* selector, char section);
+// Whether a print selector asks for no section at all by its "N".
+bool print_selects_none(const char* selector);
 
 }  // namespace orvls::regression

@@ -23,6 +23,8 @@
 #include "regression/case_analysis.h"
 #include "regression/summary.h"
 
+extern "C" void orvls_testing_fail_allocation(int64_t n);
+
 namespace {
 
 using namespace orvls::regression;
@@ -226,6 +228,31 @@ TEST_F(ReportTest, CaseTableAsSelected)
     const std::function<std::string()> text = [this] { return printed(); };
     check_case_reports<double>(text);
     check_case_reports<float>(text);
+}
+
+// With each allocation of the printing failing in turn, the summary still
+// stands and the printing stops with type 5, code 200 (or the coefficient
+// table's 201), leaking nothing; once all succeed the report is whole.
+TEST_F(ReportTest, EachAllocationFailureOfThePrintingIsRefusedCleanly)
+{
+    Info<double>* info = small_fit<double>(true);
+    ASSERT_NE(info, nullptr);
+    for (int64_t failing = 1;; ++failing) {
+        ErrorCapture capture;
+        orvls_testing_fail_allocation(failing);
+        orvls_e1psh("report_test");
+        summarise<double>(*info, "A");
+        orvls_e1pop("report_test");
+        orvls_testing_fail_allocation(0);
+        const std::string text = printed();
+        if (last_outcome() == (Outcome{0, 0})) {
+            EXPECT_EQ(text, kSummaryLine + kAnova + kSequential + kCoefficients + kCovariances);
+            EXPECT_GT(failing, 4);
+            break;
+        }
+        EXPECT_TRUE(last_outcome() == (Outcome{5, 200}) || last_outcome() == (Outcome{5, 201})) << failing;
+    }
+    std::free(info);
 }
 
 }  // namespace
