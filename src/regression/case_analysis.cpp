@@ -199,9 +199,20 @@ void print_case_rows(ReportPrinter& out, const bool (&shown)[kCaseColumnCount], 
 
 // The case table of this call, with the title and the header for the first
 // rows of a series.
+// The leverage above which a row is marked: 2 p / (dfe + p), p the
+// number of non-zero diagonals; 0 when the denominator is.
+template <class Real>
+Real leverage_mark(const CaseFit<Real>& fit)
+{
+    int64_t rank = 0;
+    for (int64_t j = 0; j < fit.ncoef; ++j)
+        rank += fit.r[j + j * fit.ldr] != 0;
+    return fit.dfe + Real(rank) == 0 ? Real(0) : 2 * Real(rank) / (fit.dfe + Real(rank));
+}
+
 template <class Real>
 void print_cases(const char* print, int64_t ido, int64_t iobs, int64_t nrow, const Real* case_table, int64_t ldcase,
-                 Real mark, Real conpcm, Real conpcp)
+                 const CaseFit<Real>& fit, Real conpcm, Real conpcp)
 {
     if (print_selects_none(print))
         return;
@@ -216,7 +227,7 @@ void print_cases(const char* print, int64_t ido, int64_t iobs, int64_t nrow, con
         out.print("\n* * * Case Analysis * * *\n");
         print_case_header(out, shown, double(conpcm), double(conpcp));
     }
-    print_case_rows(out, shown, iobs, nrow, case_table, ldcase, mark);
+    print_case_rows(out, shown, iobs, nrow, case_table, ldcase, leverage_mark(fit));
 }
 
 }  // namespace
@@ -289,10 +300,6 @@ void orvls_r2ase(int64_t ido, int64_t nrow, int64_t ncol, const Real* x, int64_t
 {
     const int64_t p = fit.ncoef;
     const Real s2 = fit.dfe > 0 ? fit.sse / fit.dfe : missing_value<Real>();
-    int64_t rank = 0;
-    for (int64_t j = 0; j < p; ++j)
-        rank += fit.r[j + j * fit.ldr] != 0;
-    const Real mark = fit.dfe + Real(rank) == 0 ? Real(0) : 2 * Real(rank) / (fit.dfe + Real(rank));
     const QuantileCache<Real>* quantiles = limit_quantiles(ido, fit.dfe, conpcm, conpcp);
     if (quantiles == nullptr || !regressors_fit(ncol, intcep, iind, glm, p))
         return;
@@ -338,7 +345,7 @@ void orvls_r2ase(int64_t ido, int64_t nrow, int64_t ncol, const Real* x, int64_t
         if (std::isnan(w))
             ++*nrmiss;
     }
-    print_cases(print, ido, iobs, nrow, case_table, ldcase, mark, conpcm, conpcp);
+    print_cases(print, ido, iobs, nrow, case_table, ldcase, fit, conpcm, conpcp);
 }
 
 template void orvls_r2tin<float>(const CaseFit<float>&, const float*, float, float, float*, float*, int64_t*);

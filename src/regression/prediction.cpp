@@ -8,10 +8,10 @@
 
 #include "frame/checks.h"
 #include "frame/envelope.h"
+#include "frame/error_block.h"
 #include "frame/machine.h"
 #include "frame/memory.h"
 #include "frame/options.h"
-#include "frame/error_block.h"
 #include "orvls.h"
 #include "regression/case_analysis.h"
 #include "regression/inference.h"
