@@ -17,10 +17,9 @@
 #include <vector>
 
 #include "orvls.h"
+#include "peer_report.h"
 
 namespace {
-
-const char* const kOpenBlas = "/usr/lib/x86_64-linux-gnu/openblas-pthread/libopenblas.so.0";
 
 struct OpenBlas {
     decltype(&cblas_dgemm) dgemm = nullptr;
@@ -34,11 +33,9 @@ struct OpenBlas {
 
     bool open()
     {
-        void* handle = dlopen(kOpenBlas, RTLD_NOW | RTLD_LOCAL);
-        if (handle == nullptr) {
-            std::fprintf(stderr, "OpenBLAS not available: %s\n", dlerror());
+        void* handle = peer_report::open_openblas();
+        if (handle == nullptr)
             return false;
-        }
         auto get = [handle](auto& function, const char* name) {
             function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(dlsym(handle, name));
             return function != nullptr;
@@ -204,48 +201,11 @@ bool same_results(const Model& md)
     return worst < 1e-9;
 }
 
-// Prints the usual table, then ours over OpenBLAS's time per step.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (!run.error_occurred)
-                times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        std::printf("\nns per step; orvls / OpenBLAS (below 1: orvls faster)\n");
-        std::printf("%-12s %10s %10s %8s\n", "n, ny", "orvls", "OpenBLAS", "ratio");
-        for (const auto& [name, time] : times_) {
-            if (name.rfind("kalman/orvls/", 0) != 0)
-                continue;
-            const std::string shape = name.substr(13);
-            const auto peer = times_.find("kalman/openblas/" + shape);
-            if (peer != times_.end())
-                std::printf("%-12s %10.0f %10.0f %8.2f\n", shape.c_str(), time, peer->second, time / peer->second);
-        }
-    }
-
-private:
-    std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    setenv("OPENBLAS_NUM_THREADS", "1", 1);
-    // OpenBLAS may not recognise a virtual processor and fall back to old
-    // kernels; name the family its instruction set matches (a caller's
-    // setting stands).
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx512f"))
-        setenv("OPENBLAS_CORETYPE", "SkylakeX", 0);
-    else if (__builtin_cpu_supports("avx2"))
-        setenv("OPENBLAS_CORETYPE", "Haswell", 0);
+    peer_report::prepare_openblas();
     orvls_skip_signal_handler();
     benchmark::Initialize(&argc, argv);
     const bool have_openblas = openblas.open();
@@ -264,7 +224,7 @@ int main(int argc, char** argv)
             benchmark::RegisterBenchmark(("kalman/openblas/" + shape).c_str(), bench_openblas, &md)
                 ->Unit(benchmark::kNanosecond);
     }
-    RatioReporter reporter;
+    peer_report::RatioReporter reporter({"openblas"}, "ns per step");
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;

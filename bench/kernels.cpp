@@ -15,6 +15,7 @@
 
 #include "kernels/gemm.h"
 #include "orvls.h"
+#include "peer_report.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ struct Peer {
 
 Peer peers[] = {
     {"reference", "/usr/lib/x86_64-linux-gnu/blas/libblas.so.3", nullptr, nullptr, nullptr, nullptr},
-    {"openblas", "/usr/lib/x86_64-linux-gnu/openblas-pthread/libopenblas.so.0", nullptr, nullptr, nullptr, nullptr},
+    {"openblas", peer_report::kOpenBlasPath, nullptr, nullptr, nullptr, nullptr},
 };
 
 bool open_peer(Peer& peer)
@@ -140,42 +141,6 @@ void bench_dgemm_on(benchmark::State& state, orvls::kernels::InstructionSet set)
         benchmark::Counter(2.0 * n * n * n, benchmark::Counter::kIsIterationInvariantRate, benchmark::Counter::kIs1000);
 }
 
-// Prints the usual table and keeps each run's time for the ratios.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (!run.error_occurred)
-                times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        std::printf("\nPeer CPU time / orvls CPU time (above 1: orvls faster)\n");
-        for (const auto& [name, time] : times_) {
-            const auto slash = name.find('/');
-            if (name.compare(slash + 1, 5, "orvls") != 0)
-                continue;
-            const std::string operation = name.substr(0, slash);
-            // "dgemm[avx2]" is dgemm on one micro-kernel.
-            const std::string peer_operation = operation.substr(0, operation.find('['));
-            const std::string size = name.substr(name.find('/', slash + 1) + 1);
-            std::printf("%-14s %-10s", operation.c_str(), size.c_str());
-            for (const Peer& peer : peers) {
-                const auto other = times_.find(peer_operation + "/" + peer.name + "/" + size);
-                if (other != times_.end())
-                    std::printf("  %s %.2f", peer.name, other->second / time);
-            }
-            std::printf("\n");
-        }
-    }
-
-private:
-    std::map<std::string, double> times_;
-};
-
 void register_all(const char* implementation, const Peer* peer)
 {
     const std::string tag = std::string("/") + implementation;
@@ -190,15 +155,7 @@ void register_all(const char* implementation, const Peer* peer)
 
 int main(int argc, char** argv)
 {
-    setenv("OPENBLAS_NUM_THREADS", "1", 1);
-    // OpenBLAS may not recognise a virtual processor and fall back to old
-    // kernels; name the family its instruction set matches (a caller's
-    // setting stands).
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx512f"))
-        setenv("OPENBLAS_CORETYPE", "SkylakeX", 0);
-    else if (__builtin_cpu_supports("avx2"))
-        setenv("OPENBLAS_CORETYPE", "Haswell", 0);
+    peer_report::prepare_openblas();
     benchmark::Initialize(&argc, argv);
     register_all("orvls", nullptr);
     using orvls::kernels::InstructionSet;
@@ -213,11 +170,8 @@ int main(int argc, char** argv)
         if (open_peer(peer))
             register_all(peer.name, &peer);
     // OpenBLAS picks its kernels by processor; say which it took.
-    if (void* handle = dlopen(peers[1].path, RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD)) {
-        if (auto core = reinterpret_cast<const char* (*)()>(dlsym(handle, "openblas_get_corename")))
-            std::printf("OpenBLAS core: %s\n", core());
-    }
-    RatioReporter reporter;
+    peer_report::open_openblas();
+    peer_report::RatioReporter reporter({"reference", "openblas"}, "ns");
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;

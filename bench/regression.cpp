@@ -17,13 +17,13 @@
 #include <vector>
 
 #include "orvls.h"
+#include "peer_report.h"
 
 namespace {
 
 using Dgels = void (*)(const char*, const int*, const int*, const int*, double*, const int*, double*, const int*,
                        double*, const int*, int*, size_t);
 Dgels dgels = nullptr;
-const char* const kOpenBlas = "/usr/lib/x86_64-linux-gnu/openblas-pthread/libopenblas.so.0";
 
 // n rows of p regressors, row-major, and y = 1 + sum of j x_j + noise.
 struct Problem {
@@ -134,65 +134,20 @@ void sizes(benchmark::internal::Benchmark* b)
     b->Unit(benchmark::kMillisecond);
 }
 
-// Prints the usual table and then, per size, each peer's time over ours.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (!run.error_occurred)
-                times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        std::printf("\nPeer CPU time / orvls CPU time (above 1: orvls faster)\n");
-        for (const auto& [name, time] : times_) {
-            if (name.rfind("regression/orvls/", 0) != 0)
-                continue;
-            const std::string size = name.substr(std::string("regression/orvls/").size());
-            std::printf("%-16s", size.c_str());
-            for (const char* peer : {"gsl", "dgels"}) {
-                const auto other = times_.find(std::string("regression/") + peer + "/" + size);
-                if (other != times_.end())
-                    std::printf("  %s %.2f", peer, other->second / time);
-            }
-            std::printf("\n");
-        }
-    }
-
-private:
-    std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    setenv("OPENBLAS_NUM_THREADS", "1", 1);
-    // OpenBLAS may not recognise a virtual processor and fall back to old
-    // kernels; name the family its instruction set matches (a caller's
-    // setting stands).
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx512f"))
-        setenv("OPENBLAS_CORETYPE", "SkylakeX", 0);
-    else if (__builtin_cpu_supports("avx2"))
-        setenv("OPENBLAS_CORETYPE", "Haswell", 0);
+    peer_report::prepare_openblas();
     benchmark::Initialize(&argc, argv);
     orvls_skip_signal_handler();
     sizes(benchmark::RegisterBenchmark("regression/orvls", bench_orvls));
     sizes(benchmark::RegisterBenchmark("regression/gsl", bench_gsl));
-    if (void* handle = dlopen(kOpenBlas, RTLD_NOW | RTLD_LOCAL)) {
+    if (void* handle = peer_report::open_openblas())
         dgels = reinterpret_cast<Dgels>(dlsym(handle, "dgels_"));
-        if (auto core = reinterpret_cast<const char* (*)()>(dlsym(handle, "openblas_get_corename")))
-            std::printf("OpenBLAS core: %s\n", core());
-    }
     if (dgels != nullptr)
         sizes(benchmark::RegisterBenchmark("regression/dgels", bench_dgels));
-    else
-        std::fprintf(stderr, "dgels not available: %s\n", dlerror());
-    RatioReporter reporter;
+    peer_report::RatioReporter reporter({"gsl", "dgels"}, "ms");
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;

@@ -29,6 +29,16 @@ Real probability_of_larger_f(Real f, Real dfr, Real dfe)
 }  // namespace
 
 template <class Real>
+Real upper_f_probability(Real f, Real df1, Real df2)
+{
+    if (std::isnan(f) || !(df1 > 0) || !(df2 > 0))
+        return missing_value<Real>();
+    if (std::isinf(f))
+        return 0;
+    return beta_incomplete(ratio(df2, df2 + df1 * f), df2 / 2, df1 / 2);
+}
+
+template <class Real>
 void orvls_g1aov(Real dfr, Real ssr, Real dfe, Real sse, Real ymean, Real* aov)
 {
     aov[kModelDf] = dfr;
@@ -113,6 +123,8 @@ void orvls_rcoef(int64_t ncoef, const Real* b, const Real* se, Real dfe, Real* c
     }
 }
 
+template float upper_f_probability<float>(float, float, float);
+template double upper_f_probability<double>(double, double, double);
 template void orvls_g1aov<float>(float, float, float, float, float, float*);
 template void orvls_g1aov<double>(double, double, double, double, double, double*);
 template void orvls_rcovb<float>(int64_t, const float*, int64_t, float, float*, int64_t);

@@ -39,6 +39,11 @@ enum AnovaPlace : int64_t {
 };
 constexpr int64_t kAnovaValues = 15;
 
+// The probability of a larger F with df1 and df2 degrees of freedom: 0 for
+// an infinite F, NaN where F or a degree of freedom leaves it undefined.
+template <class Real>
+Real upper_f_probability(Real f, Real df1, Real df2);
+
 // Fills the 15 values from the model's and the error's degrees of freedom
 // and sums of squares and the mean of the dependent variable.  An infinite
 // F has probability 1.

@@ -59,18 +59,6 @@ bool effect_starts_ordered(int64_t ief, const int64_t* irbef)
     return true;
 }
 
-// The probability of a larger F with the two degrees of freedom: 0 for an
-// infinite F, NaN where it is undefined.
-template <class Real>
-Real upper_f_probability(Real f, Real df1, Real df2)
-{
-    if (std::isnan(f) || !(df1 > 0) || !(df2 > 0))
-        return missing_value<Real>();
-    if (std::isinf(f))
-        return 0;
-    return beta_incomplete(ratio(df2, df2 + df1 * f), df2 / 2, df1 / 2);
-}
-
 // A negative diagonal of the factor marks a reduced model, which only the
 // printed total's label tells.
 template <class Real>

@@ -110,11 +110,105 @@ Real finite_sum(Real y, Real p, Real q)
     return finsum;
 }
 
+// Beyond this q the finite sum, one term per unit of q, would take too long:
+// the continued fraction takes over, whose length grows only with the root
+// of the shapes.
+template <class Real>
+constexpr Real kLongestFiniteSum = Real(0x1p24);
+constexpr int64_t kLongestFraction = int64_t(1) << 24;
+
+// e - log(1 + e) without the loss of digits near e = 0: with t = e/(2 + e),
+// log(1 + e) = 2 atanh t, so the difference is e^2/(2 + e) less the odd
+// powers of t from the third on.
+double e_less_log1p(double e)
+{
+    if (std::fabs(e) > 0.375)
+        return e - std::log1p(e);
+    const double t = e / (2 + e);
+    const double t2 = t * t;
+    double power = t * t2, series = 0;
+    for (int k = 3; k <= 41 && power != 0; k += 2) {
+        series += power / k;
+        power *= t2;
+    }
+    return e * e / (2 + e) - 2 * series;
+}
+
+// log(y^p (1 - y)^q / (p B(p, q))), where ymc = 1 - y.  When both shapes are
+// large the powers and the beta function are far larger than their
+// quotient; Stirling's form of the beta function lets them cancel
+// analytically: with lambda = p - (p + q) y taken from the smaller of y and
+// 1 - y, the quotient is exp(-(p r(-lambda/p) + q r(lambda/q))) times
+// sqrt(pq/(p+q)/(2 pi)) times the corrections of the three log-gammas,
+// r(e) = e - log(1 + e).
+double log_leading_factor(double y, double ymc, double p, double q)
+{
+    if (std::min(p, q) < 8) {
+        const double log_y = y <= ymc ? std::log(y) : std::log1p(-ymc);
+        const double log_ymc = ymc < y ? std::log(ymc) : std::log1p(-y);
+        return p * log_y + q * log_ymc - log_beta_routine(p, q) - std::log(p);
+    }
+    const double lambda = y <= ymc ? p - (p + q) * y : (p + q) * ymc - q;
+    const double exponent = -(p * e_less_log1p(-lambda / p) + q * e_less_log1p(lambda / q));
+    const double corrections = orvls_r9lgmc(p) + orvls_r9lgmc(q) - orvls_r9lgmc(p + q);
+    clear_error_below(2);
+    return exponent + 0.5 * std::log(p * q / (p + q)) - kLogSqrtTwoPi - corrections - std::log(p);
+}
+
+// I_y(p, q) by the continued fraction of the incomplete beta function
+// (modified Lentz), on the side of the mean where it converges fast; ymc is
+// 1 - y as the caller knows it.  It runs in double for both forms: the
+// shapes it serves are beyond what float carries.
+double continued_fraction(double y, double ymc, double p, double q)
+{
+    using Real = double;
+    if (y > (p + 1) / (p + q + 2))
+        return 1 - continued_fraction(ymc, y, q, p);
+    const Real tiny = Machine<Real>::tiny / Machine<Real>::eps3;
+    auto guard = [tiny](Real v) { return std::fabs(v) < tiny ? tiny : v; };
+    // The first denominator, 1 - (p + q) y / (p + 1), vanishes at the mean;
+    // it is formed as (lambda + 1) / (p + 1) with lambda = p - (p + q) y
+    // taken from the smaller of y and 1 - y.
+    const Real lambda = y <= ymc ? p - (p + q) * y : (p + q) * ymc - q;
+    Real c = 1;
+    Real d = 1 / guard((lambda + 1) / (p + 1));
+    Real h = d;
+    for (int64_t m = 1; m <= kLongestFraction; ++m) {
+        const Real rm = static_cast<Real>(m);
+        const Real even = rm * (q - rm) * y / ((p + 2 * rm - 1) * (p + 2 * rm));
+        d = 1 / guard(1 + even * d);
+        c = guard(1 + even / c);
+        h *= d * c;
+        const Real odd = -(p + rm) * (p + q + rm) * y / ((p + 2 * rm) * (p + 2 * rm + 1));
+        d = 1 / guard(1 + odd * d);
+        c = guard(1 + odd / c);
+        const Real step = d * c;
+        h *= step;
+        if (std::fabs(step - 1) <= Machine<Real>::eps3)
+            break;
+    }
+    return std::exp(log_leading_factor(y, ymc, p, q)) * h;
+}
+
+// I_y(p, q) when a shape is infinite: the mass sits at 0 (q infinite) or at
+// 1 (p infinite); NaN when both are.
+template <class Real>
+Real infinite_shape(Real y, Real p, Real q)
+{
+    if (std::isinf(p) && std::isinf(q))
+        return Machine<Real>::nan;
+    if (std::isinf(q))
+        return y > 0 ? Real(1) : Real(0);
+    return y < 1 ? Real(0) : Real(1);
+}
+
 }  // namespace
 
 template <class Real>
 Real l_beta_incomplete(Real x, Real pin, Real qin)
 {
+    if (std::isnan(x) || std::isnan(pin) || std::isnan(qin))
+        return Machine<Real>::nan;
     if (x < 0 || x > 1) {
         orvls_e1stl(1, "x");
         raise_error(5, 120, {0.0, 1.0, double(x)});
@@ -129,6 +223,14 @@ Real l_beta_incomplete(Real x, Real pin, Real qin)
     const Real p = swapped ? qin : pin;
     const Real q = swapped ? pin : qin;
 
+    if (std::isinf(p) || std::isinf(q)) {
+        const Real r = infinite_shape(y, p, q);
+        return swapped ? 1 - r : r;
+    }
+    if (q > kLongestFiniteSum<Real>) {
+        const Real r = static_cast<Real>(std::clamp(continued_fraction(y, 1 - double(y), p, q), 0.0, 1.0));
+        return swapped ? 1 - r : r;
+    }
     if ((p + q) * y / (p + 1) < Machine<Real>::eps3) {
         const Real sml = 100 * Machine<Real>::tiny;
         const Real xb = p * std::log(std::max(y, sml)) - std::log(p) - log_beta_routine(p, q);
