@@ -15,7 +15,6 @@
 #include "orvls.h"
 #include "regression/inference.h"
 #include "regression/outputs.h"
-#include "regression/regressors.h"
 #include "regression/report_text.h"
 
 namespace orvls::regression {
@@ -74,7 +73,7 @@ bool row_regressors(const Real* row, int64_t ncol, int64_t intcep, int64_t iind,
     }
     int64_t nreg = 0, missing = 0;
     orvls_grglm(int64_t(1), ncol, row, int64_t(1), glm->nclvar, glm->indcl, glm->nclval, glm->clval, glm->nef,
-                glm->nvef, glm->indef, glm->idummy == 0 ? int64_t(1) : glm->idummy, &nreg, z + intcep, int64_t(1),
+                glm->nvef, glm->indef, glm->method == 0 ? int64_t(1) : glm->method, &nreg, z + intcep, int64_t(1),
                 &missing);
     return !is_fatal(orvls_n1rty(0));
 }
@@ -89,7 +88,7 @@ bool regressors_fit(int64_t ncol, int64_t intcep, int64_t iind, const GlmModel<R
         return true;
     int64_t nreg = 0, missing = 0, checks = 0;
     orvls_grglm(int64_t(0), ncol, static_cast<const Real*>(nullptr), int64_t(1), glm->nclvar, glm->indcl, glm->nclval,
-                glm->clval, glm->nef, glm->nvef, glm->indef, glm->idummy == 0 ? int64_t(-1) : -glm->idummy, &nreg,
+                glm->clval, glm->nef, glm->nvef, glm->indef, glm->method == 0 ? int64_t(-1) : -glm->method, &nreg,
                 static_cast<Real*>(nullptr), int64_t(1), &missing);
     if (is_fatal(orvls_n1rty(0)))
         return false;

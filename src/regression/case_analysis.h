@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "regression/regressors.h"
+
 namespace orvls::regression {
 
 // Places of a row of the case table.
@@ -23,22 +25,6 @@ enum CasePlace : int64_t {
     kNewUpper = 11,
 };
 constexpr int64_t kCaseValues = 12;
-
-// A model whose regressors orvls_grglm makes from the columns of a row:
-// the class table (nclvar one-based class columns indcl, nclval and clval)
-// and the nef effects (nvef, one-based indef), with the dummy method idummy
-// (0 meaning 1).  See regressors.h.
-template <class Real>
-struct GlmModel {
-    int64_t nclvar;
-    const int64_t* indcl;
-    const int64_t* nclval;
-    const Real* clval;
-    int64_t nef;
-    const int64_t* nvef;
-    const int64_t* indef;
-    int64_t idummy;
-};
 
 // The fit of one dependent variable: ncoef coefficients b, the
 // column-major upper triangle r (leading dimension ldr), the error degrees
@@ -69,7 +55,8 @@ void orvls_r2tin(const CaseFit<Real>& fit, const Real* z, Real e, Real w, Real* 
 // the confidences conpcm for the mean and conpcp for a new observation,
 // in percent) are looked up for the first rows of a series and kept in the
 // thread's record.  The regressors of a row are its first -iind columns
-// when iind is negative, else orvls_grglm's with `glm`; an intercept
+// when iind is negative, else orvls_grglm's with the model `glm` (its
+// method 0 meaning 1); an intercept
 // (intcep 1) comes first.  irsp, iwt and ipred are the zero-based columns
 // of the response, the case weight and the prediction weight (-1 for
 // none: NaN, 1 and 1).  iobs is the observation number of the first row.

@@ -329,12 +329,12 @@ void scheffe_limits(const Info<Real>& info, const CaseFit<Real>& fit, Real confi
 template <class Real>
 void withdraw_unused_warnings(const PredictionSettings<Real>& s)
 {
-    const ErrorStackEntry* top = orvls_error_block()->error_stack_top;
+    const ErrorStackEntry& error = current_error();
     const bool deleted_wanted = s.deleted.wanted() || s.dffits.wanted();
     const bool leverage_wanted =
         deleted_wanted || s.leverage.wanted() || s.standardized.wanted() || s.cooksd.wanted();
-    if (top->type == 3 && ((top->code == 20051 && !leverage_wanted) || (top->code == 20052 && !deleted_wanted)))
-        orvls_e1mes(0, 0, " ");
+    if (error.type == 3 && ((error.code == 20051 && !leverage_wanted) || (error.code == 20052 && !deleted_wanted)))
+        withdraw_current_error();
 }
 
 template <class Real>

@@ -9,7 +9,7 @@
 #include <limits>
 #include <vector>
 
-#include "../regression/regression_support.h"
+#include "prediction_support.h"
 #include "capture.h"
 #include "regression/case_analysis.h"
 #include "regression/regressors.h"
@@ -140,21 +140,12 @@ void check_frequencies(double tolerance)
     }
     const int64_t independent[] = {1, 2}, dependent[] = {4};
     std::vector<std::vector<Real>> out(11, std::vector<Real>(size_t(n)));
-    Real* fitted = nullptr;
-    if constexpr (sizeof(Real) == sizeof(float))
-        fitted = orvls_f_regression_prediction(
-            info, n, data.data(), ORVLS_X_COL_DIM, ld, ORVLS_X_INDICES, independent, dependent, int64_t(0),
-            int64_t(3), ORVLS_MEAN_LIMITS_USER, out[0].data(), out[1].data(), ORVLS_NEW_OBSERVATION_LIMITS_USER,
-            out[2].data(), out[3].data(), ORVLS_LEVERAGE_USER, out[4].data(), ORVLS_RESIDUAL_USER, out[5].data(),
-            ORVLS_STANDARDIZED_RESIDUAL_USER, out[6].data(), ORVLS_DELETED_RESIDUAL_USER, out[7].data(),
-            ORVLS_COOKSD_USER, out[8].data(), ORVLS_DFFITS_USER, out[9].data(), ORVLS_RETURN_USER, out[10].data(), 0);
-    else
-        fitted = orvls_d_regression_prediction(
-            info, n, data.data(), ORVLS_X_COL_DIM, ld, ORVLS_X_INDICES, independent, dependent, int64_t(0),
-            int64_t(3), ORVLS_MEAN_LIMITS_USER, out[0].data(), out[1].data(), ORVLS_NEW_OBSERVATION_LIMITS_USER,
-            out[2].data(), out[3].data(), ORVLS_LEVERAGE_USER, out[4].data(), ORVLS_RESIDUAL_USER, out[5].data(),
-            ORVLS_STANDARDIZED_RESIDUAL_USER, out[6].data(), ORVLS_DELETED_RESIDUAL_USER, out[7].data(),
-            ORVLS_COOKSD_USER, out[8].data(), ORVLS_DFFITS_USER, out[9].data(), ORVLS_RETURN_USER, out[10].data(), 0);
+    Real* fitted = predict<Real>(
+        info, n, data.data(), ORVLS_X_COL_DIM, ld, ORVLS_X_INDICES, independent, dependent, int64_t(0), int64_t(3),
+        ORVLS_MEAN_LIMITS_USER, out[0].data(), out[1].data(), ORVLS_NEW_OBSERVATION_LIMITS_USER, out[2].data(),
+        out[3].data(), ORVLS_LEVERAGE_USER, out[4].data(), ORVLS_RESIDUAL_USER, out[5].data(),
+        ORVLS_STANDARDIZED_RESIDUAL_USER, out[6].data(), ORVLS_DELETED_RESIDUAL_USER, out[7].data(), ORVLS_COOKSD_USER,
+        out[8].data(), ORVLS_DFFITS_USER, out[9].data(), ORVLS_RETURN_USER, out[10].data(), 0);
     ASSERT_EQ(fitted, out[10].data());
     const char* keys[] = {"mean_lower", "mean_upper", "new_lower", "new_upper", "leverage", "residual",
                           "standardized", "deleted", "cooksd", "dffits", "fitted"};

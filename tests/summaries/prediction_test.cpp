@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-#include "../regression/regression_support.h"
+#include "prediction_support.h"
 #include "capture.h"
 
 extern "C" void orvls_testing_fail_allocation(int64_t n);
@@ -15,15 +15,6 @@ extern "C" void orvls_testing_fail_allocation(int64_t n);
 namespace {
 
 const char* kReferences = "../../summaries/data/predictions.txt";
-
-template <class Real>
-Real* predict(const RegressionInfo<Real>* info, int64_t n, const Real* x, auto... options)
-{
-    if constexpr (sizeof(Real) == sizeof(float))
-        return orvls_f_regression_prediction(info, n, x, options...);
-    else
-        return orvls_d_regression_prediction(info, n, x, options...);
-}
 
 // Fit rows, then new rows, with the fit's weights and 1 for the new rows;
 // the responses of new rows are NaN.
