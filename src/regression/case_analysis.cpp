@@ -196,8 +196,6 @@ void print_case_rows(ReportPrinter& out, const bool (&shown)[kCaseColumnCount], 
     }
 }
 
-// The case table of this call, with the title and the header for the first
-// rows of a series.
 // The leverage above which a row is marked: 2 p / (dfe + p), p the
 // number of non-zero diagonals; 0 when the denominator is.
 template <class Real>
@@ -209,6 +207,8 @@ Real leverage_mark(const CaseFit<Real>& fit)
     return fit.dfe + Real(rank) == 0 ? Real(0) : 2 * Real(rank) / (fit.dfe + Real(rank));
 }
 
+// The case table of this call, with the title and the header for the first
+// rows of a series.
 template <class Real>
 void print_cases(const char* print, int64_t ido, int64_t iobs, int64_t nrow, const Real* case_table, int64_t ldcase,
                  const CaseFit<Real>& fit, Real conpcm, Real conpcp)
