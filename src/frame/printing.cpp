@@ -7,6 +7,7 @@
 
 #include "frame/checks.h"
 #include "frame/envelope.h"
+#include "frame/error_block.h"
 #include "frame/memory.h"
 #include "frame/options.h"
 #include "frame/print_format.h"
@@ -122,13 +123,18 @@ struct Target {
     WriteSettings* settings = nullptr;
 };
 
-// False after an error (raised by the stream query or the records).
+// False after an error raised by the stream query or the records.  A
+// report printed from inside a routine may find a warning of that routine
+// standing: only a new error counts.
 bool find_target(Target& target)
 {
+    const ErrorStackEntry standing = current_error();
     orvls_umach(2, &target.stream);
     target.page = page_settings();
     target.settings = write_settings();
-    return orvls_n1rty(0) == 0 && target.page != nullptr && target.settings != nullptr;
+    const ErrorStackEntry& now = current_error();
+    return now.type == standing.type && now.code == standing.code && target.page != nullptr &&
+           target.settings != nullptr;
 }
 
 void flush_target(const WriteState& state, FILE* stream)

@@ -230,6 +230,20 @@ TEST_F(ReportTest, CaseTableAsSelected)
     check_case_reports<float>(text);
 }
 
+// A warning that stands in the running routine does not stop its report.
+TEST_F(ReportTest, PrintedBesideAStandingWarning)
+{
+    Info<double>* info = small_fit<double>(true);
+    ASSERT_NE(info, nullptr);
+    ErrorCapture capture;
+    orvls_e1psh("report_test");
+    orvls_ermes(3, 20052);
+    summarise<double>(*info, "2");
+    orvls_e1pop("report_test");
+    EXPECT_EQ(printed(), kSequential);
+    std::free(info);
+}
+
 // With each allocation of the printing failing in turn, the summary still
 // stands and the printing stops with type 5, code 200 (or the coefficient
 // table's 201), leaking nothing; once all succeed the report is whole.
