@@ -16,6 +16,7 @@ void tour_sampling(void);
 void tour_regressors(void);
 void tour_regression(void);
 void tour_selection(void);
+void tour_designs(void);
 void tour_kalman(void);
 void tour_contingency(void);
 void tour_network(void);
@@ -35,6 +36,7 @@ int main(void)
     tour_regressors();
     tour_regression();
     tour_selection();
+    tour_designs();
     tour_kalman();
     tour_contingency();
     tour_network();

@@ -248,16 +248,16 @@ extern "C" {
 #define orvls_d_regression_stepwise        orvls_20321
 
 /* Analysis of variance and multiple comparisons */
-#define orvls_f_anova_oneway               orvls_20330
-#define orvls_d_anova_oneway               orvls_20331
-#define orvls_f_anova_factorial            orvls_20332
-#define orvls_d_anova_factorial            orvls_20333
-#define orvls_f_anova_nested               orvls_20334
-#define orvls_d_anova_nested               orvls_20335
-#define orvls_f_anova_balanced             orvls_20336
-#define orvls_d_anova_balanced             orvls_20337
-#define orvls_f_multiple_comparisons       orvls_20338
-#define orvls_d_multiple_comparisons       orvls_20339
+#define orvls_f_anova_oneway               orvls_20520
+#define orvls_d_anova_oneway               orvls_20521
+#define orvls_f_multiple_comparisons       orvls_20522
+#define orvls_d_multiple_comparisons       orvls_20523
+#define orvls_f_anova_factorial            orvls_20524
+#define orvls_d_anova_factorial            orvls_20525
+#define orvls_f_anova_nested               orvls_20526
+#define orvls_d_anova_nested               orvls_20527
+#define orvls_f_anova_balanced             orvls_20528
+#define orvls_d_anova_balanced             orvls_20529
 
 /* Designed experiments */
 #define orvls_f_crd_factorial              orvls_20340
@@ -1509,7 +1509,7 @@ ORVLS_API int64_t orvls_d_regressors_for_glm(int64_t n_observations, double *x, 
 #define ORVLS_DUMMY_METHOD       11270 /**< int: 1 all dummies, 2 leave out the last class, 3 sum to zero */
 #define ORVLS_GLM_RESERVED       12020 /**< no value: accepted and ignored */
 #define ORVLS_INDICES_EFFECTS    12300 /**< int, const int64_t *, const int64_t *: the effects of the model */
-#define ORVLS_MODEL_ORDER        13210 /**< int: 1 or 2, order of the generated model */
+#define ORVLS_MODEL_ORDER        13210 /**< int: 1 or 2, order of the generated model; for orvls_d_anova_factorial() the highest order of interaction in the model */
 #define ORVLS_REGRESSORS         16000 /**< real **: receives the allocated regressor matrix */
 #define ORVLS_REGRESSORS_USER    16010 /**< real *: the caller's array for the regressors */
 #define ORVLS_REGRESSORS_COL_DIM 16020 /**< int: row length of the regressor matrix */
@@ -1952,6 +1952,246 @@ ORVLS_API void orvls_d_regression_stepwise(int64_t n_rows, int64_t n_candidate, 
 /* END REGRESSION */
 
 /* ---------------------------------------------------------------------- */
+/* BEGIN ANALYSIS OF VARIANCE */
+/** @addtogroup anova
+ * @{ */
+/* -- factorial, nested and balanced analyses -- */
+/**
+ * @brief Analysis of variance of a complete factorial layout (float form;
+ * the double form orvls_d_anova_factorial is the same with double).
+ *
+ * y holds one response per cell of the n_subscripts subscripts, in
+ * lexicographic order, the last subscript varying fastest.  By default (and
+ * with ORVLS_PURE_ERROR) the last subscript counts replicates: the first
+ * n_subscripts - 1 are factors, the model holds their main effects and
+ * interactions up to the model order, and the error is the sum of squares
+ * within cells (interactions above the order then enter neither the model
+ * nor the error, so that the table's total is model + error).  With
+ * ORVLS_POOL_INTERACTIONS every subscript is a factor and the interactions
+ * above the model order form the error.
+ *
+ * Missing responses (NaN) are replaced by the values that make the error
+ * sum of squares of the model least (Yates' estimates, all at once), each
+ * taking one degree of freedom from the error and the total; the means of
+ * output B and place 13 of the table are those of the completed data.
+ *
+ * @param n_subscripts number of subscripts, 2 to 20
+ * @param n_levels     the number of levels of each subscript
+ * @param y            the responses, the product of n_levels of them
+ * @param ...          options, each a code and its values, ended by 0:
+ *  - ORVLS_ANOVA_TABLE (float **), ORVLS_ANOVA_TABLE_USER (float *): the 15
+ *    values, the model being every effect up to the model order
+ *  - ORVLS_FACTORIAL_OUTPUT_A (float **), ORVLS_FACTORIAL_OUTPUT_A_USER (float *):
+ *    one row per effect of the model: degrees of freedom, sum of squares,
+ *    mean square, F against the error, probability of a larger F.  Effects
+ *    come main effects first (factor 1, 2, ...), then the two-factor
+ *    interactions (12, 13, ..., 23, ...), then higher orders, each order in
+ *    lexicographic order of its factors: C(k,1) + ... + C(k,order) rows for k factors
+ *  - ORVLS_FACTORIAL_OUTPUT_B (float **), ORVLS_FACTORIAL_OUTPUT_B_USER (float *):
+ *    the grand mean, then for each effect of output A in its order the
+ *    means of its cells (the cells of an interaction in lexicographic order
+ *    of its factors' levels, the last fastest)
+ *  - ORVLS_MODEL_ORDER (int): the highest order of interaction, 1 to
+ *    n_subscripts - 1; default n_subscripts - 1
+ *  - ORVLS_PURE_ERROR: the last subscript counts replicates (the default)
+ *  - ORVLS_POOL_INTERACTIONS: all subscripts are factors; the error pools
+ *    the interactions above the model order
+ * @return the probability of a larger overall F (place 9 of the table), or
+ *         NaN after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position)
+ *  - 5, 104: a null array given to an output option (strings: argument, option)
+ *  - 5, 11117: ORVLS_PURE_ERROR and ORVLS_POOL_INTERACTIONS together, or
+ *    either twice (string 1 = "ORVLS_PURE_ERROR, ORVLS_POOL_INTERACTIONS")
+ *  - 5, 603: n_subscripts below 2 or above 20 (int 1 = value, int 2 = bound)
+ *  - 5, 11128: a factor with fewer than 2 levels (int 1 = subscript from 1, int 2 = levels)
+ *  - 5, 11129: a replicate subscript below 1 (int 1 = subscript, int 2 = levels)
+ *  - 5, 20302: model order outside 1 to n_subscripts - 1 (int 1 = order, int 2 = n_subscripts - 1)
+ *  - 5, 65203: missing responses that the model cannot estimate (a cell
+ *    without responses under pure error, or too many missing)
+ *  - 5, 201: memory (int 1 = number of responses), or a layout whose tables of
+ *    means, the product of (levels + 1), would pass 2^32 values (int 1 = that product)
+ */
+ORVLS_API float orvls_f_anova_factorial(int64_t n_subscripts, const int64_t *n_levels, const float *y, ...);
+/** @copydoc orvls_f_anova_factorial() */
+ORVLS_API double orvls_d_anova_factorial(int64_t n_subscripts, const int64_t *n_levels, const double *y, ...);
+#define ORVLS_FACTORIAL_OUTPUT_A      13120 /**< real **: receives one row per model effect: df, sum of squares, mean square, F, probability of a larger F */
+#define ORVLS_FACTORIAL_OUTPUT_A_USER 13130 /**< real *: the same in the caller's array */
+#define ORVLS_PURE_ERROR              13980 /**< the last subscript counts replicates; the error is the sum of squares within cells (the default) */
+#define ORVLS_FACTORIAL_OUTPUT_B      14970 /**< real **: receives the grand mean, then the cell means of every model effect */
+#define ORVLS_FACTORIAL_OUTPUT_B_USER 14980 /**< real *: the same in the caller's array */
+#define ORVLS_POOL_INTERACTIONS       15620 /**< every subscript is a factor; the interactions above the model order form the error */
+/* ORVLS_ANOVA_TABLE 10080, ORVLS_ANOVA_TABLE_USER 10090 and ORVLS_MODEL_ORDER 13210 serve here too. */
+
+/**
+ * @brief Nested (hierarchical) analysis of variance with variance
+ * components, for equal or unequal numbers of levels (float form; the
+ * double form orvls_d_anova_nested is the same with double).
+ *
+ * Factor 1 has groups; factor 2 has groups within each group of factor 1;
+ * ...; the last factor's levels are the single responses within each group
+ * of the factor before it.  Source d (1 to n_factors) is factor d within
+ * factor d - 1, its sum of squares the spread of the group means of
+ * factor d about their parents' means, weighted by their numbers of
+ * responses; the last source is the error.  Every factor is random: the
+ * expected mean square of source i is sum over j >= i of k_ij sigma_j^2,
+ * with k_ij the sum over the groups w of factor j of n_w^2 (1/n_a - 1/n_b),
+ * a and b the groups of factors i and i - 1 holding w, over the degrees of
+ * freedom of source i (k_in = 1); with equal numbers these are the
+ * products of the numbers of levels below each factor.
+ *
+ * @param n_factors    number of factors, the responses' level included: at least 2
+ * @param equal_option 1: equal numbers; n_levels holds n_factors counts, the
+ *                     levels of factor 1, the levels of factor 2 within each
+ *                     group of factor 1, ..., the responses within each group
+ *                     of factor n_factors - 1.  0: unequal numbers; n_levels
+ *                     holds the number of groups of factor 1, then for each
+ *                     of them its number of groups of factor 2, then for each
+ *                     group of factor 2 in order its number of groups of
+ *                     factor 3, and so on down to the numbers of responses
+ * @param n_levels     the counts, each at least 1
+ * @param y            the responses, group after group in the order of the counts
+ * @param ...          options, each a code and its values, ended by 0:
+ *  - ORVLS_ANOVA_TABLE (float **), ORVLS_ANOVA_TABLE_USER (float *): the 15
+ *    values; the model pools every source but the last, the error is the last
+ *  - ORVLS_CONFIDENCE (double), ORVLS_CONFIDENCE_ADR (float *): percent of the
+ *    variance-component limits, default 95
+ *  - ORVLS_EMS (float **), ORVLS_EMS_USER (float *): n_factors rows of n_factors
+ *    coefficients: row i, column j is the coefficient of the component of source j
+ *    in the expected mean square of source i (0 below the diagonal)
+ *  - ORVLS_NESTED_OPTION (int): kept; it does not change the analysis
+ *  - ORVLS_VARIANCE_COMPONENTS (float **), ORVLS_VARIANCE_COMPONENTS_USER (float *):
+ *    n_factors rows of 10, one per source (see @ref ORVLS_VARIANCE_COMPONENTS)
+ *  - ORVLS_Y_MEANS (float **), ORVLS_Y_MEANS_USER (float *): the grand mean, then
+ *    the means of the groups of factor 1, of factor 2 (in the order of the
+ *    counts), ..., of factor n_factors - 1
+ * @return the probability of a larger overall F (place 9 of the table), or NaN after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position)
+ *  - 5, 104: a null output array (strings "anova_table" and "ORVLS_ANOVA_TABLE_USER",
+ *    "ems" and "ORVLS_EMS_USER", "variance_components" and
+ *    "ORVLS_VARIANCE_COMPONENTS_USER", "y_means" and "ORVLS_Y_MEANS_USER", or the
+ *    allocating options' names)
+ *  - 5, 603: n_factors below 2; 5, 602: equal_option neither 0 nor 1
+ *  - 5, 20403: confidence below 0 or from 100 on; 6, 20404: confidence above 0 and below 50
+ *  - 5, 20303: a count below 1 (int 1 = its place in n_levels from 1, int 2 = the count)
+ *  - 5, 20304: a factor without degrees of freedom: each of its parents' groups has one
+ *    level of it only (int 1 = the factor)
+ *  - 5, 20309: a missing (NaN) response (int 1 = its index)
+ *  - 5, 201: memory (int 1 = number of responses)
+ */
+ORVLS_API float orvls_f_anova_nested(int64_t n_factors, int64_t equal_option, const int64_t *n_levels, const float *y,
+                                     ...);
+/** @copydoc orvls_f_anova_nested() */
+ORVLS_API double orvls_d_anova_nested(int64_t n_factors, int64_t equal_option, const int64_t *n_levels,
+                                      const double *y, ...);
+#define ORVLS_EMS                       11350 /**< real **: receives the coefficients of the expected mean squares, one row per source and one column per source's term */
+#define ORVLS_EMS_USER                  11360 /**< real *: the same in the caller's array */
+/**
+ * real **: receives one row of 10 values per source (the error last):
+ * 0 degrees of freedom, 1 sum of squares, 2 mean square, 3 F, 4 its
+ * probability, 5 the denominator's degrees of freedom, 6 the variance
+ * component's estimate, 7 its percent of the sum of the components,
+ * 8 and 9 its lower and upper confidence limits.
+ *
+ * F is the source's mean square over the mean square whose expectation is
+ * the source's own without its term; where no single mean square has it,
+ * over the combination of mean squares that has it, with Satterthwaite's
+ * degrees of freedom (column 5).  F, its probability and column 5 are NaN
+ * for the error and where the denominator is not positive.  Estimates are
+ * the moment estimates (the expected mean squares solved for the
+ * components) and are kept when negative; in the percentages a negative
+ * estimate counts as 0.  Limits are Satterthwaite's chi-squared limits
+ * nu L / chi2(nu, (1 + c) / 2) and nu L / chi2(nu, (1 - c) / 2) of the
+ * estimate L as a combination of mean squares, nu = L^2 / sum (a_t
+ * MS_t)^2 / df_t; exact for the error; NaN when L is not positive or nu
+ * is below 0.5.
+ * Columns 6 to 9 are NaN for a fixed effect.
+ */
+#define ORVLS_VARIANCE_COMPONENTS       15310
+#define ORVLS_VARIANCE_COMPONENTS_USER  15320 /**< real *: the same in the caller's array */
+#define ORVLS_Y_MEANS                   30033 /**< real **: receives the grand mean, then the means of the groups or cells, as each routine tells */
+#define ORVLS_Y_MEANS_USER              30034 /**< real *: the same in the caller's array */
+/* ORVLS_ANOVA_TABLE 10080, ORVLS_ANOVA_TABLE_USER 10090, ORVLS_CONFIDENCE 10860,
+   ORVLS_CONFIDENCE_ADR 18000 and ORVLS_NESTED_OPTION 13440 serve here too. */
+
+/**
+ * @brief Balanced analysis of variance of a crossed layout with fixed and
+ * random factors, nested effects, expected mean squares and variance
+ * components (float form; the double form orvls_d_anova_balanced is the same
+ * with double).
+ *
+ * y holds one response per cell of the n_factors factors, in lexicographic
+ * order, the last factor varying fastest (replicates are one more factor,
+ * left out of the model).  Each model effect names its factors; it pools
+ * every crossed main effect or interaction of its factors that no smaller
+ * effect of the model holds, so that B within A is the effect (A, B) of a
+ * model without the effect of B alone, and C within A and B is (A, B, C)
+ * in a model with A, B and AB.  What no model effect holds is the error.
+ *
+ * An effect is random when one of its factors is random.  The expected
+ * mean square of a source holds the error variance (coefficient 1), its own
+ * term, and the component of each random effect e whose factors include
+ * the source's, with coefficient the product of the levels of the factors
+ * not in e.  In the restricted model (the default) a random effect does not
+ * reach a source that lacks one of its fixed factors other than those it is
+ * nested in (its effects sum to zero over such a factor); in the
+ * unrestricted model it does.  A fixed effect's term is its sum of squared
+ * effects over its degrees of freedom, with coefficient the product of the
+ * levels of the factors not in it.  The tests and components follow the
+ * rules of @ref ORVLS_VARIANCE_COMPONENTS.
+ *
+ * @param n_factors            number of factors, 1 to 20
+ * @param n_levels             the levels of each factor, each at least 2
+ * @param y                    the responses, the product of n_levels of them
+ * @param n_random             number of random factors, 0 to n_factors
+ * @param index_random_factor  the random factors, numbered from 1
+ * @param n_model_effects      number of effects in the model, at least 1
+ * @param n_factors_per_effect the number of factors of each effect
+ * @param index_model_factors  the factors of each effect in turn, numbered from 1
+ * @param ...                  options, each a code and its values, ended by 0:
+ *  - the options of orvls_f_anova_nested(); the rows of the expected mean squares
+ *    and of the components are the model effects in their order, then the error;
+ *    ORVLS_Y_MEANS gives the grand mean, then the cell means of each model
+ *    effect in its order (cells in lexicographic order of the effect's factors' levels)
+ *  - ORVLS_RESTRICTED_MODEL (int): 1 the restricted model (default), 0 the unrestricted
+ * @return the probability of a larger overall F (model effects pooled
+ *         against the error), or NaN after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position)
+ *  - 5, 104: a null output array (strings as for orvls_f_anova_nested())
+ *  - 5, 603: n_factors below 1 or above 20, n_model_effects below 1
+ *  - 5, 602: n_random outside 0 to n_factors, or an effect with a number of
+ *    factors outside 1 to n_factors
+ *  - 5, 11128: a factor with fewer than 2 levels (int 1 = factor, int 2 = levels)
+ *  - 5, 20403 / 6, 20404: the confidence, as for orvls_f_anova_nested()
+ *  - 5, 20305: a factor number outside 1 to n_factors (int 1 = place in its list
+ *    from 1, int 2 = the number, int 3 = n_factors, string 1 = the list)
+ *  - 5, 20306: a factor named twice in the random list or in one effect
+ *    (int 1 = place, int 2 = factor, string 1 = the list)
+ *  - 5, 20307: two effects with the same factors (int 1, int 2 = the effects from 1)
+ *  - 5, 20308: two effects hold a common part that no smaller effect of the model
+ *    holds (int 1, int 2 = the effects from 1): add the effect of their common factors
+ *  - 5, 20309: a missing (NaN) response (int 1 = its index)
+ *  - 5, 201: memory, or a layout too large, as for orvls_f_anova_factorial()
+ */
+ORVLS_API float orvls_f_anova_balanced(int64_t n_factors, const int64_t *n_levels, const float *y, int64_t n_random,
+                                       const int64_t *index_random_factor, int64_t n_model_effects,
+                                       const int64_t *n_factors_per_effect, const int64_t *index_model_factors, ...);
+/** @copydoc orvls_f_anova_balanced() */
+ORVLS_API double orvls_d_anova_balanced(int64_t n_factors, const int64_t *n_levels, const double *y,
+                                        int64_t n_random, const int64_t *index_random_factor,
+                                        int64_t n_model_effects, const int64_t *n_factors_per_effect,
+                                        const int64_t *index_model_factors, ...);
+#define ORVLS_RESTRICTED_MODEL 20100 /**< int: 1 the restricted mixed model (default), 0 the unrestricted */
+/* -- end of the factorial, nested and balanced analyses -- */
+/** @} */
+/* END ANALYSIS OF VARIANCE */
+
+/* ---------------------------------------------------------------------- */
 /* BEGIN DESIGNED EXPERIMENTS */
 /** @addtogroup designs
  * @{ */
@@ -1962,7 +2202,492 @@ ORVLS_API void orvls_d_regression_stepwise(int64_t n_rows, int64_t n_candidate, 
 
 /* -- field designs: completely randomised and randomised complete block factorials, Latin squares, lattices, Yates' estimates, homogeneity of variances -- */
 
+/**
+ * @brief Factorial treatments in a completely randomised design, possibly
+ * repeated at several locations (float form; orvls_d_crd_factorial is the
+ * same with double).
+ *
+ * y holds one response per plot in lexicographic order of location (slowest),
+ * factor 1, ..., factor n_factors, replicate (fastest): n_locations x
+ * n_levels[0] x ... x n_replicates values.  A NaN is a missing plot; it is
+ * replaced by its Yates' estimate (the mean of the other replicates of its
+ * cell) and takes one degree of freedom from "Error" and "Total".
+ *
+ * Rows of the returned n_rows x 5 table (df, SS, MS, F, p), in order:
+ *  - "Location" (only with several locations), tested against "Error";
+ *  - one row per factor effect, main effects first, then the interactions of
+ *    two factors and so on, each order in lexicographic order of its factors,
+ *    labelled "[1]", "[2]", "[1]x[2]", "[1]x[2]x[3]", ...; these are effects
+ *    pooled over locations, tested against "Error", or against "Residual"
+ *    when ORVLS_DESIGN_OPTION_A declares locations random;
+ *  - "Error": the pooled error within locations, replicates within cells,
+ *    n_locations x (treatments) x (n_replicates - 1) df less the missing;
+ *  - "Residual" (only with several locations): the location x treatment
+ *    interactions pooled, (n_locations - 1) x (treatments - 1) df, tested
+ *    against "Error";
+ *  - "Total": the corrected total.
+ * n_rows is 2^n_factors + 1 with one location and 2^n_factors + 3 with
+ * several.
+ *
+ * @param n_replicates number of replicates of each treatment at each location, at least 2
+ * @param n_locations  number of locations, at least 1
+ * @param n_factors    number of factors, 2 to 10
+ * @param n_levels     n_factors numbers of levels, each at least 2
+ * @param y            the responses, not modified
+ * @param ...          options, each a code and its values, ended by 0:
+ *                     ORVLS_RETURN_USER (real *: the caller's n_rows x 5
+ *                     array, returned), ORVLS_NESTED_OPTION,
+ *                     ORVLS_DESIGN_OPTION_A, ORVLS_DESIGN_OPTION_B
+ * @return the table (allocated unless ORVLS_RETURN_USER), or null after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (int 1 = code, int 2 = position; the
+ *    first option is at position 6)
+ *  - 5, 104: a null pointer given to ORVLS_RETURN_USER or ORVLS_DESIGN_OPTION_B
+ *  - 5, 65200: n_replicates below 2 (int 1)
+ *  - 5, 65201: n_locations below 1 (int 1)
+ *  - 5, 65202: n_factors below 2 (int 1)
+ *  - 5, 601: n_factors above 10
+ *  - 5, 603: a number of levels below 2
+ *  - 5, 65203: too many missing plots to estimate them (a cell with no
+ *    response left): "Fatal Error: Insufficient data to estimate missing values."
+ *  - 5, 201: memory (string 1 = "n_replicates")
+ */
+ORVLS_API float *orvls_f_crd_factorial(int64_t n_replicates, int64_t n_locations, int64_t n_factors,
+                                       const int64_t *n_levels, const float *y, ...);
+/** @copydoc orvls_f_crd_factorial() */
+ORVLS_API double *orvls_d_crd_factorial(int64_t n_replicates, int64_t n_locations, int64_t n_factors,
+                                        const int64_t *n_levels, const double *y, ...);
+
+/**
+ * @brief Factorial treatments in randomised complete blocks, possibly
+ * repeated at several locations (float form; orvls_d_rcbd_factorial is the
+ * same with double).
+ *
+ * y holds one response per plot in lexicographic order of location (slowest),
+ * block, factor 1, ..., factor n_factors (fastest): every block holds every
+ * treatment once.  A NaN is a missing plot; it is replaced by its Yates'
+ * estimate for the model of locations, blocks within locations, treatments
+ * and location x treatment interactions, and takes one degree of freedom
+ * from "Error" and "Total".
+ *
+ * Rows of the returned table (df, SS, MS, F, p), in order:
+ *  - "Location" (only with several locations), tested against "Blocks(Loc.)";
+ *  - "Blocks(Loc.)" (several locations) or "Blocks" (one), blocks within
+ *    locations, tested against "Error";
+ *  - the factor effects as in orvls_f_crd_factorial(), tested against
+ *    "Error", or against "Residual" when ORVLS_DESIGN_OPTION_A declares
+ *    locations random;
+ *  - "Error": the block x treatment interactions within locations, pooled,
+ *    n_locations x (n_blocks - 1) x (treatments - 1) df less the missing;
+ *  - "Residual" (only with several locations): the location x treatment
+ *    interactions pooled, tested against "Error";
+ *  - "Total".
+ * n_rows is 2^n_factors + 2 with one location and 2^n_factors + 4 with
+ * several.
+ *
+ * @param n_blocks    number of blocks at each location, at least 2
+ * @param n_locations number of locations, at least 1
+ * @param n_factors   number of factors, 2 to 10
+ * @param n_levels    n_factors numbers of levels, each at least 2
+ * @param y           the responses, not modified
+ * @param ...         options as for orvls_f_crd_factorial()
+ * @return the table, or null after an error
+ *
+ * Errors: as for orvls_f_crd_factorial(), with n_blocks in place of
+ * n_replicates (65200, and string 1 of 201); 65203 when a missing plot
+ * cannot be estimated.
+ */
+ORVLS_API float *orvls_f_rcbd_factorial(int64_t n_blocks, int64_t n_locations, int64_t n_factors,
+                                        const int64_t *n_levels, const float *y, ...);
+/** @copydoc orvls_f_rcbd_factorial() */
+ORVLS_API double *orvls_d_rcbd_factorial(int64_t n_blocks, int64_t n_locations, int64_t n_factors,
+                                         const int64_t *n_levels, const double *y, ...);
+
+/**
+ * @brief Latin squares, possibly one at each of several locations (float
+ * form; orvls_d_latin_square is the same with double).
+ *
+ * Each location holds an n_treatments x n_treatments square; plot i (from 0)
+ * lies at location i / n_treatments^2, in row row[i], column column[i]
+ * and with treatment treatment[i], all three numbered from 1.  Every
+ * position of a square must occur once and every treatment once in each
+ * row and each column of its square.  A NaN in y is a missing plot; it is
+ * replaced by its Yates' estimate for the model of locations, rows and
+ * columns within locations, treatments and location x treatment
+ * interactions, and takes one degree of freedom from the error and the total.
+ *
+ * Rows of the returned table (df, SS, MS, F, p), in order; the two location
+ * rows only with several locations:
+ *  - "Locations .................", tested against the error;
+ *  - "Rows within Locations .....", tested against the error;
+ *  - "Columns within Locations ..", tested against the error;
+ *  - "Treatments ................", tested against the error, or against
+ *    the location x treatment row when ORVLS_DESIGN_OPTION_A declares
+ *    locations random;
+ *  - "Locations x Treatments ....", tested against the error;
+ *  - "Error within Locations ....", n_locations (n_treatments - 1)
+ *    (n_treatments - 2) df less the missing;
+ *  - "Corrected Total ...........".
+ *
+ * @param n_treatments size of each square, at least 2 (a square of 2 has no
+ *                     error and no tests)
+ * @param n_locations  number of locations (squares), at least 1
+ * @param row          n_locations n_treatments^2 row numbers
+ * @param column       the column numbers of the same plots
+ * @param treatment    the treatment numbers of the same plots
+ * @param y            the responses, not modified
+ * @param ...          options as for orvls_f_crd_factorial()
+ * @return the table, or null after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001 and 104 as for orvls_f_crd_factorial() (the first option is at
+ *    position 7)
+ *  - 5, 65200: n_treatments below 2 (int 1)
+ *  - 5, 65201: n_locations below 1 (int 1)
+ *  - 5, 65205: "Data Input Error Encountered": a number outside 1 to
+ *    n_treatments, a position of a square given twice, or a treatment twice
+ *    in a row or a column (int 1 = the plot, from 1); or missing plots that
+ *    cannot be estimated
+ *  - 5, 201: memory (string 1 = "n_treatments")
+ */
+ORVLS_API float *orvls_f_latin_square(int64_t n_treatments, int64_t n_locations, const int64_t *row,
+                                      const int64_t *column, const int64_t *treatment, const float *y, ...);
+/** @copydoc orvls_f_latin_square() */
+ORVLS_API double *orvls_d_latin_square(int64_t n_treatments, int64_t n_locations, const int64_t *row,
+                                       const int64_t *column, const int64_t *treatment, const double *y, ...);
+
+/**
+ * @brief Square lattices: block_size^2 treatments in incomplete blocks of
+ * block_size plots, every treatment once in each replicate, possibly
+ * repeated at several locations; the intra-block analysis (float form;
+ * orvls_d_lattice is the same with double).
+ *
+ * Plots come in lexicographic order of location (slowest), replicate,
+ * block, plot (fastest); treatment[i] (from 1) is the treatment of plot i
+ * and y[i] its response.  The model is locations, replicates within
+ * locations, blocks within replicates and treatments (common to all
+ * locations; a location x treatment interaction stays in the error).  The
+ * blocks must link all treatments, so that every treatment contrast is
+ * estimable within blocks, as the replicates of a square lattice do when
+ * they group the treatments differently.  A NaN in y is a missing plot; it
+ * is replaced by its least-squares estimate for this model and takes one
+ * degree of freedom from the error and the total.
+ *
+ * Rows of the returned table (df, SS, MS, F, p), in order; "Locations
+ * ................." and "Replicates within Locations" with several
+ * locations, "Replicates ................" with one:
+ *  - locations, tested against the replicates within locations;
+ *  - replicates (within locations), tested against the error;
+ *  - "Treatments (unadjusted) ...", ignoring blocks; not tested;
+ *  - "Treatments (adjusted) .....", eliminating blocks, tested against the
+ *    error; it is an alternative to the unadjusted row, and not part of
+ *    the sum that makes the total;
+ *  - "Blocks (adjusted) .........", blocks within replicates eliminating
+ *    treatments, tested against the error;
+ *  - "Intra-Block Error .........";
+ *  - "Corrected Total ...........".
+ * ORVLS_DESIGN_OPTION_A has no effect: there is no interaction row.
+ *
+ * @param n_replicates number of replicates at each location, at least 2
+ * @param n_locations  number of locations, at least 1
+ * @param block_size   plots in a block, at least 2
+ * @param treatment    n_locations n_replicates block_size^2 treatment numbers
+ * @param y            the responses, not modified
+ * @param ...          options as for orvls_f_crd_factorial()
+ * @return the table, or null after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001 and 104 as for orvls_f_crd_factorial()
+ *  - 5, 65200: n_replicates below 2 (int 1)
+ *  - 5, 65201: n_locations below 1 (int 1)
+ *  - 5, 65202: block_size below 2 (int 1)
+ *  - 5, 65205: "Data Input Error Encountered": a treatment number outside
+ *    1 to block_size^2, a treatment missing from a replicate (int 1 = the
+ *    plot, from 1, where one is to blame), blocks that leave treatments
+ *    unlinked, or missing plots that cannot be estimated
+ *  - 5, 201: memory (string 1 = "block_size")
+ */
+ORVLS_API float *orvls_f_lattice(int64_t n_replicates, int64_t n_locations, int64_t block_size,
+                                 const int64_t *treatment, const float *y, ...);
+/** @copydoc orvls_f_lattice() */
+ORVLS_API double *orvls_d_lattice(int64_t n_replicates, int64_t n_locations, int64_t block_size,
+                                  const int64_t *treatment, const double *y, ...);
+
+/**
+ * @brief Yates' estimates of the missing plots of randomised complete
+ * blocks, possibly at several locations (float form; orvls_d_yates is the
+ * same with double).
+ *
+ * y holds n_locations x n_blocks x n_treatments responses, location slowest
+ * and treatment fastest; NaN marks a missing plot.  The result is y with
+ * every missing plot replaced by the value that makes the error sum of
+ * squares of the model (locations, blocks within locations, treatments,
+ * location x treatment) least, all found together.  With one location and
+ * one missing plot this is (n_treatments T + n_blocks B - G) /
+ * ((n_treatments - 1)(n_blocks - 1)), T and B the totals of its treatment and
+ * block and G the grand total.  An analysis of the completed data should
+ * take one degree of freedom per estimate from the error and the total.
+ *
+ * @param n_blocks     number of blocks at each location, at least 2
+ * @param n_locations  number of locations, at least 1
+ * @param n_treatments number of treatments, at least 2
+ * @param y            the responses, not modified
+ * @param ...          options, each a code and its values, ended by 0:
+ *                     ORVLS_RETURN_USER (real *: the caller's array of the
+ *                     size of y, which may be y itself; returned)
+ * @return the completed responses (allocated unless ORVLS_RETURN_USER), or
+ *         null after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (the first option is at position 5)
+ *  - 5, 104: a null pointer given to ORVLS_RETURN_USER
+ *  - 5, 65200, 65201, 65202: n_blocks below 2, n_locations below 1,
+ *    n_treatments below 2 (int 1 = the count)
+ *  - 5, 65203: too many missing plots (a block or a treatment of a location
+ *    left with no response): "Fatal Error: Insufficient data to estimate
+ *    missing values."
+ *  - 5, 201: memory (string 1 = "n_blocks")
+ */
+ORVLS_API float *orvls_f_yates(int64_t n_blocks, int64_t n_locations, int64_t n_treatments, const float *y, ...);
+/** @copydoc orvls_f_yates() */
+ORVLS_API double *orvls_d_yates(int64_t n_blocks, int64_t n_locations, int64_t n_treatments, const double *y,
+                                ...);
+
+/**
+ * @brief Bartlett's test that the error variances of several locations are
+ * equal, from their error mean squares (float form; orvls_d_homogeneity is
+ * the same with double).
+ *
+ * With f_i the degrees of freedom and s_i the error mean square of location
+ * i, F their sum and s the pooled mean square sum(f_i s_i) / F, the
+ * statistic is (F log s - sum(f_i log s_i)) / c with c = 1 + (sum(1 / f_i)
+ * - 1 / F) / (3 (n_locations - 1)); under equal variances it is close to
+ * chi-squared with n_locations - 1 degrees of freedom.  A zero mean square
+ * beside positive ones gives an infinite statistic and probability 0; all
+ * of them zero leave both NaN.
+ *
+ * @param n_locations number of locations, at least 2
+ * @param df          n_locations error degrees of freedom, each above 0
+ * @param ms          n_locations error mean squares, each at least 0
+ * @param ...         options, each a code and its values, ended by 0:
+ *                    ORVLS_HOMOGENEITY_STATISTIC
+ * @return the probability of a larger statistic, or NaN after an error
+ *
+ * Errors (type, code: meaning):
+ *  - 5, 11001: unknown option code (the first option is at position 4)
+ *  - 5, 104: a null pointer given to ORVLS_HOMOGENEITY_STATISTIC
+ *  - 5, 65200: n_locations below 2 (int 1)
+ *  - 5, 65205: "Data Input Error Encountered": degrees of freedom not above 0
+ *    or a mean square below 0, or either NaN (int 1 = the location, from 1)
+ */
+ORVLS_API float orvls_f_homogeneity(int64_t n_locations, const float *df, const float *ms, ...);
+/** @copydoc orvls_f_homogeneity() */
+ORVLS_API double orvls_d_homogeneity(int64_t n_locations, const double *df, const double *ms, ...);
+#define ORVLS_HOMOGENEITY_STATISTIC 40110 /**< real *: receives Bartlett's statistic, chi-squared with n_locations - 1 degrees of freedom */
+
 /* -- plot designs: split plot, split-split plot, strip plot, strip-split plot -- */
+
+/**
+ * @brief Split-plot design, possibly repeated at several locations (float
+ * form; orvls_d_split_plot is the same with double).
+ *
+ * At each location n_blocks blocks are divided into n_whole whole plots,
+ * which carry the levels of the whole-plot factor, and each whole plot into
+ * n_split split plots, which carry the levels of the split-plot factor.  y
+ * holds one response per split plot in lexicographic order: location, then
+ * block, then whole plot, then split plot varying fastest.  (The counts
+ * come blocks first, then locations, then the treatment factors from the
+ * largest plot to the smallest; only the data put location first.)
+ *
+ * The result is the table of the family (see @ref designs), always these
+ * 11 rows, whatever the number of locations:
+ *  0 "Location", 1 "Block Within Location", 2 "Whole-Plot",
+ *  3 "Location x Whole-Plot", 4 "Whole-Plot Error", 5 "Split-Plot",
+ *  6 "Location x Split-Plot", 7 "Whole-Plot x Split-Plot",
+ *  8 "Location x Whole-Plot x Split-Plot", 9 "Split-Plot Error",
+ *  10 "Corrected Total".
+ * With one location the location rows have 0 degrees of freedom and NaN
+ * for their mean square, F and probability.  Blocks within locations pool
+ * the block and location-by-block effects; the whole-plot error pools the
+ * interactions of the blocks (within locations) with the whole-plot
+ * factor; the split-plot error those with the split-plot factor and with
+ * both factors.  Location is tested against the blocks within locations;
+ * every other effect against the error of its stratum, except that with
+ * random locations (ORVLS_DESIGN_OPTION_A 1) each treatment effect is
+ * tested against its interaction with location (which, with one location,
+ * leaves it untested).  The blocks are not tested.
+ *
+ * Missing responses (NaN) are estimated from the model of every effect but
+ * the split-plot error; each takes one degree of freedom from the
+ * split-plot error and the total.  y is not modified.
+ *
+ * Options: @ref ORVLS_RETURN_USER (an array of 11 x 5 reals),
+ * @ref ORVLS_NESTED_OPTION, @ref ORVLS_DESIGN_OPTION_A,
+ * @ref ORVLS_DESIGN_OPTION_B (the 11 labels above).
+ *
+ * Errors, type 5 (no table):
+ *  - 65200: n_blocks below 2 (int 1 = n_blocks)
+ *  - 65201: n_locations below 1 (int 1 = n_locations)
+ *  - 65202: n_whole below 2 (int 1 = n_whole)
+ *  - 603: n_split below 2 (string 1 = "n_split", int 1 = n_split)
+ *  - 65204: the missing responses cannot be estimated (too many, or a
+ *    whole plot without any response)
+ *  - 201: no memory for the table or the labels (string 1 = "n_whole",
+ *    int 1 = n_whole) or for the work arrays (string 1 = "n_split", int 1 =
+ *    n_split)
+ *  - 11001: unknown option (int 1 = code, int 2 = position)
+ *  - 104: a null pointer given to ORVLS_RETURN_USER or ORVLS_DESIGN_OPTION_B
+ *
+ * @param n_blocks    blocks at each location, at least 2
+ * @param n_locations locations, at least 1
+ * @param n_whole     levels of the whole-plot factor, at least 2
+ * @param n_split     levels of the split-plot factor, at least 2
+ * @param y           n_locations x n_blocks x n_whole x n_split responses
+ * @param ...         options, each a code and its values, ended by 0
+ * @return the 11 x 5 table, allocated (free it with
+ *         orvls_free_allocated_memory()) or the ORVLS_RETURN_USER array;
+ *         NULL after an error
+ */
+ORVLS_API float *orvls_f_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
+                                    const float *y, ...);
+/** @copydoc orvls_f_split_plot() */
+ORVLS_API double *orvls_d_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
+                                     const double *y, ...);
+
+/**
+ * @brief Split-split-plot design, possibly repeated at several locations
+ * (float form; orvls_d_split_split_plot is the same with double).
+ *
+ * As orvls_f_split_plot(), with each split plot divided again into n_sub
+ * sub plots carrying the levels of a third factor.  y holds one response
+ * per sub plot: location, block, whole plot, split plot, then sub plot
+ * varying fastest.  The table has always these 20 rows:
+ *  0 "Location", 1 "Blocks Within Location", 2 "Whole-Plot",
+ *  3 "Location x Whole-Plot", 4 "Whole-Plot Error", 5 "Split-Plot",
+ *  6 "Location x Split-Plot", 7 "Whole-Plot x Split-Plot",
+ *  8 "Location x Whole-Plot x Split-Plot", 9 "Split-Plot Error",
+ *  10 "Sub-Plot", 11 "Location x Sub-Plot", 12 "Whole-Plot x Sub-Plot",
+ *  13 "Location x Whole-Plot x Sub-Plot", 14 "Split-plot x Sub-Plot",
+ *  15 "Location x Split-Plot x Sub-Plot",
+ *  16 "Whole_plot x Split-Plot x Sub-Plot",
+ *  17 "Location x Whole-Plot x Split-Plot x Sub-Plot", 18 "Sub-Plot Error",
+ *  19 "Corrected Total".
+ * The sub-plot error pools the interactions of the blocks (within
+ * locations) with every treatment effect that holds the sub-plot factor;
+ * the sources of rows 10 to 17 are tested against it (or, with random
+ * locations, the treatment effects against their interaction with
+ * location).  Missing responses are estimated from every effect but the
+ * sub-plot error, whose degrees of freedom they take.
+ *
+ * Options as for orvls_f_split_plot() (a table of 20 x 5).  Errors as for
+ * orvls_f_split_plot(), with n_whole (65202), n_split and n_sub (603, each
+ * at least 2); 201 names "n_whole" for the table and labels, "n_sub" for
+ * the work arrays.
+ *
+ * @param n_blocks    blocks at each location, at least 2
+ * @param n_locations locations, at least 1
+ * @param n_whole     levels of the whole-plot factor, at least 2
+ * @param n_split     levels of the split-plot factor, at least 2
+ * @param n_sub       levels of the sub-plot factor, at least 2
+ * @param y           n_locations x n_blocks x n_whole x n_split x n_sub responses
+ * @param ...         options, each a code and its values, ended by 0
+ * @return the 20 x 5 table, allocated or the ORVLS_RETURN_USER array; NULL
+ *         after an error
+ */
+ORVLS_API float *orvls_f_split_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole, int64_t n_split,
+                                          int64_t n_sub, const float *y, ...);
+/** @copydoc orvls_f_split_split_plot() */
+ORVLS_API double *orvls_d_split_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_whole,
+                                           int64_t n_split, int64_t n_sub, const double *y, ...);
+
+/**
+ * @brief Strip-plot design, possibly repeated at several locations (float
+ * form; orvls_d_strip_plot is the same with double).
+ *
+ * Each block is crossed by n_strip_a horizontal strips, carrying the levels
+ * of factor A, and n_strip_b vertical strips, carrying the levels of factor
+ * B; a response is taken where two strips meet.  y holds them in order
+ * location, block, A strip, then B strip varying fastest.  The table has
+ * always these 12 rows:
+ *  0 "Location", 1 "Block Within Location", 2 "Strip-Plot A",
+ *  3 "Location x Strip-Plot A", 4 "Strip-Plot A Error", 5 "Strip-Plot B",
+ *  6 "Location x Strip-Plot B", 7 "Strip-Plot B Error",
+ *  8 "Strip-Plot A x Strip-Plot B", 9 "Location x Strip-Plot A x Strip-Plot B",
+ *  10 "Strip-Plot A x Strip-Plot B Error", 11 "Corrected Total".
+ * Each error pools the interactions of the blocks (within locations) with
+ * A, with B, and with A x B; each effect is tested against the error of
+ * its own stratum (or, with random locations, a treatment effect against
+ * its interaction with location).  Missing responses are estimated from
+ * every effect but the A x B error, whose degrees of freedom they take.
+ *
+ * Options as for orvls_f_split_plot() (a table of 12 x 5).  Errors as for
+ * orvls_f_split_plot(), with n_strip_a (65202) and n_strip_b (603, at least
+ * 2); 201 names "n_strip_a" for the table and labels, "n_strip_b" for the
+ * work arrays.
+ *
+ * @param n_blocks    blocks at each location, at least 2
+ * @param n_locations locations, at least 1
+ * @param n_strip_a   levels of factor A, at least 2
+ * @param n_strip_b   levels of factor B, at least 2
+ * @param y           n_locations x n_blocks x n_strip_a x n_strip_b responses
+ * @param ...         options, each a code and its values, ended by 0
+ * @return the 12 x 5 table, allocated or the ORVLS_RETURN_USER array; NULL
+ *         after an error
+ */
+ORVLS_API float *orvls_f_strip_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a, int64_t n_strip_b,
+                                    const float *y, ...);
+/** @copydoc orvls_f_strip_plot() */
+ORVLS_API double *orvls_d_strip_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a, int64_t n_strip_b,
+                                     const double *y, ...);
+
+/**
+ * @brief Strip-split-plot design, possibly repeated at several locations
+ * (float form; orvls_d_strip_split_plot is the same with double).
+ *
+ * A strip plot (see orvls_f_strip_plot()) whose A strips are each divided
+ * lengthwise into n_split parts carrying the levels of a split-plot factor,
+ * so that every crossing of an A strip and a B strip holds n_split plots.
+ * y holds one response per plot: location, block, A strip, B strip, then
+ * split plot varying fastest.  The table has always these 23 rows, whose
+ * labels are padded with dots to one width:
+ *  0 Location, 1 Blocks, 2 Blocks Within Location, 3 Strip-Plot A,
+ *  4 Location x A, 5 Strip-Plot A Error, 6 Split-Plot, 7 Split-Plot x A,
+ *  8 Location x Split-Plot, 9 Split-Plot Error, 10 Location x Split-Plot x A,
+ *  11 Strip-Plot B, 12 Location x B, 13 Strip-Plot B Error, 14 A x B,
+ *  15 Location x A x B, 16 A x B Error, 17 Split-Plot x B,
+ *  18 Split-Plot x A x B, 19 Location x Split-Plot x B,
+ *  20 Location x Split-Plot x A x B, 21 Split-Plot x A x B Error,
+ *  22 Corrected Total.
+ * With one location the blocks are row 1 and row 2 has 0 degrees of
+ * freedom; with several, row 1 has 0 degrees of freedom and row 2 pools
+ * the blocks within locations.  The split-plot error pools the
+ * interactions of the blocks with the split-plot factor and with it and A,
+ * and tests rows 6 to 8 and 10; the last error pools those with the
+ * split-plot factor and B, and with all three, and tests rows 17 to 20.
+ * Missing responses are estimated from every effect but that last error,
+ * whose degrees of freedom they take.
+ *
+ * Options as for orvls_f_split_plot() (a table of 23 x 5).  Errors as for
+ * orvls_f_split_plot(), with n_strip_a (65202), n_strip_b and n_split
+ * (603, each at least 2); 201 names "n_strip_a" for the table and labels,
+ * "n_split" for the work arrays.
+ *
+ * @param n_blocks    blocks at each location, at least 2
+ * @param n_locations locations, at least 1
+ * @param n_strip_a   levels of factor A, at least 2
+ * @param n_strip_b   levels of factor B, at least 2
+ * @param n_split     levels of the split-plot factor, at least 2
+ * @param y           n_locations x n_blocks x n_strip_a x n_strip_b x n_split responses
+ * @param ...         options, each a code and its values, ended by 0
+ * @return the 23 x 5 table, allocated or the ORVLS_RETURN_USER array; NULL
+ *         after an error
+ */
+ORVLS_API float *orvls_f_strip_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a,
+                                          int64_t n_strip_b, int64_t n_split, const float *y, ...);
+/** @copydoc orvls_f_strip_split_plot() */
+ORVLS_API double *orvls_d_strip_split_plot(int64_t n_blocks, int64_t n_locations, int64_t n_strip_a,
+                                           int64_t n_strip_b, int64_t n_split, const double *y, ...);
 
 /** @} */
 /* END DESIGNED EXPERIMENTS */

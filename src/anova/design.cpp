@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "anova/missing.h"
 #include "frame/memory.h"
 #include "orvls.h"
 #include "regression/inference.h"
@@ -48,6 +49,22 @@ bool check_design_counts(int64_t first, int64_t second, int64_t third)
     return true;
 }
 
+void refuse_allocation(const char* count_name, int64_t count)
+{
+    orvls_e1stl(1, count_name);
+    orvls_e1sti(1, count);
+    orvls_ermes(5, 201);
+}
+
+bool missing_estimated(MissingOutcome outcome, int64_t too_many_code, const char* count_name, int64_t count)
+{
+    if (outcome == MissingOutcome::too_many)
+        orvls_ermes(5, too_many_code);
+    else if (outcome == MissingOutcome::out_of_memory)
+        refuse_allocation(count_name, count);
+    return outcome == MissingOutcome::estimated;
+}
+
 void set_label(char* label, const char* format, ...)
 {
     va_list ap;
@@ -58,12 +75,6 @@ void set_label(char* label, const char* format, ...)
 
 namespace {
 
-void refuse_allocation(const char* count_name, int64_t count)
-{
-    orvls_e1stl(1, count_name);
-    orvls_e1sti(1, count);
-    orvls_ermes(5, 201);
-}
 
 // One block the caller frees at once: the row pointers, ended by a null,
 // then the texts they point to.

@@ -30,7 +30,17 @@ void read_design_options(OptionReader& options, DesignOptions<Real>& settings);
 
 // Refuses a first count below 2 (65200), a second below 1 (65201) and a
 // third below 2 (65202), each with integer 1 = the count; true when all pass.
-bool check_design_counts(int64_t first, int64_t second, int64_t third);
+// A design with fewer counts leaves the later ones at their least.
+bool check_design_counts(int64_t first, int64_t second = 1, int64_t third = 2);
+
+// A short allocation: type 5 code 201 with the count's name and value.
+void refuse_allocation(const char* count_name, int64_t count);
+
+enum class MissingOutcome;
+// Reports an estimation of missing values that failed: too many missing
+// as type 5 `too_many_code`, a short allocation as type 5 code 201 with the
+// count's name and value.  True when the estimates stand.
+bool missing_estimated(MissingOutcome outcome, int64_t too_many_code, const char* count_name, int64_t count);
 
 // One source of a table.  A source tested against no row, or against a row
 // without a positive mean square or degrees of freedom, gets NaN for F and
@@ -46,6 +56,16 @@ struct Source {
 
 // Forms `label` with the formatted-print routine.
 void set_label(char* label, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// Fills one source of a table.
+template <class Real>
+void set_source(Source<Real>& source, const char* label, Real df, Real ss, int64_t tested_by)
+{
+    set_label(source.label, "%s", label);
+    source.df = df;
+    source.ss = ss;
+    source.tested_by = tested_by;
+}
 
 // The table of the sources, written to the caller's array or to a new one
 // (returned), and the labels when asked for.  On a short allocation, type 5

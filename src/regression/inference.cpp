@@ -38,6 +38,20 @@ Real upper_f_probability(Real f, Real df1, Real df2)
     return beta_incomplete(ratio(df2, df2 + df1 * f), df2 / 2, df1 / 2);
 }
 
+bool check_confidence(double confidence)
+{
+    if (confidence < 0 || confidence >= 100 || std::isnan(confidence)) {
+        orvls_ermes(5, 20403);
+        return false;
+    }
+    if (confidence > 0 && confidence < 50) {
+        orvls_e1stl(1, "confidence");
+        orvls_e1std(1, confidence);
+        orvls_ermes(6, 20404);
+    }
+    return true;
+}
+
 template <class Real>
 void orvls_g1aov(Real dfr, Real ssr, Real dfe, Real sse, Real ymean, Real* aov)
 {

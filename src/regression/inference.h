@@ -19,6 +19,11 @@ Real ratio(Real a, Real b)
     return result;
 }
 
+// The confidence of limits, in percent: below 0, from 100 on or NaN is
+// refused (type 5, 20403); above 0 and below 50 is noted (type 6, 20404,
+// string 1 = "confidence", real 1 = the value).  True when it may be used.
+bool check_confidence(double confidence);
+
 // Places of the analysis-of-variance table.
 enum AnovaPlace : int64_t {
     kModelDf = 0,

@@ -232,13 +232,7 @@ bool check_prediction(int64_t n_predict, const Info<Real>& info, PredictionSetti
 {
     int64_t checks = 0;
     orvls_check_range(n_predict, "n_predict", 1, 0, &checks);
-    if (s.confidence < 0 || s.confidence >= 100 || std::isnan(s.confidence)) {
-        orvls_ermes(5, 20403);
-    } else if (s.confidence > 0 && s.confidence < 50) {
-        orvls_e1stl(1, "confidence");
-        orvls_e1std(1, double(s.confidence));
-        orvls_ermes(6, 20404);
-    }
+    check_confidence(double(s.confidence));
     if (info.intercept != 0 && info.intercept != 1) {
         orvls_e1sti(1, info.intercept);
         orvls_ermes(5, 20300);
