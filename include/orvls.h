@@ -1730,7 +1730,10 @@ ORVLS_API void orvls_d_regression_summary(const orvls_d_regression_info *regress
  * s2 h / w), and the simultaneous (Scheffe) limits fitted -/+ sqrt(s2 h p F)
  * with p the rank and F the F quantile at confidence / 100.  A statistic
  * that cannot be formed (df_error 0, leverage 1, a missing value) is NaN;
- * the fitted values are still returned.
+ * the fitted values are still returned.  A frequency column is checked but
+ * not read: the fit counted a row of frequency f as f copies, and each row
+ * gets the diagnostics and limits of one copy, as the fit of the repeated
+ * rows would give them.
  *
  * @param regression_info the record of a fit (ORVLS_REGRESSION_INFO of orvls_f_regression)
  * @param n_predict       number of rows, at least 1
@@ -1770,10 +1773,12 @@ ORVLS_API void orvls_d_regression_summary(const orvls_d_regression_info *regress
  *  - 5, 20695: with ORVLS_X_INDICES, the dependent column outside 0 to x_col_dim - 1
  *  - 5, 20467, 20468: the frequency or weight column not below x_col_dim (int 1 = column)
  *  - 5, 20053: a regressor column outside 0 to x_col_dim - 1 (ints: place, column, x_col_dim)
- *  - 5, 11057: a negative weight (int 1 = row, real 1 = weight)
+ *  - 5, 11057: a negative weight (int 1 = the row, counted from 1; real 1 = weight)
  *  - 3, 20050: a row outside the space of the fitted regressors (its diagnostics stay NaN)
- *  - 3, 20051: a leverage above 1 beyond rounding, set to 1 (real 1 = leverage)
- *  - 3, 20052: a variance with the case deleted negative beyond rounding, set to 0
+ *  - 3, 20051: a leverage above 1 beyond rounding, set to 1 (real 1 = leverage); only
+ *    when the leverage or a residual diagnostic other than the residual was asked for
+ *  - 3, 20052: a variance with the case deleted negative beyond rounding, set to 0; only
+ *    when the deleted residual or DFFITS was asked for
  *  - 5, 201: allocation failed (int 1 = n_predict)
  */
 ORVLS_API float *orvls_f_regression_prediction(const orvls_f_regression_info *regression_info, int64_t n_predict,

@@ -80,6 +80,15 @@ inline ErrorBlock* orvls_error_block()
 // The block if this thread has one; never allocates.
 inline ErrorBlock* existing_error_block() { return this_thread_block; }
 
+// The error of the running level, and its withdrawal: a routine may take
+// back a warning of its own that proved beside the point.
+inline const ErrorStackEntry& current_error() { return *orvls_error_block()->error_stack_top; }
+inline void withdraw_current_error()
+{
+    constexpr int64_t none = 0;  // type and code 0 clear the level
+    orvls_e1mes(none, none, " ");
+}
+
 // Spelling of an error type, as reports print it.
 const char* type_spelling(int64_t type);
 

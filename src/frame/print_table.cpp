@@ -83,6 +83,32 @@ Text label(const LabelChoice& choice, const char* word, int64_t index, char (&bu
     }
 }
 
+// Lines of a label or heading: its newlines break it, and one that ends it
+// starts no further line.
+int64_t line_count(const char* text)
+{
+    int64_t lines = 1;
+    for (const char* c = text; *c != '\0'; ++c)
+        lines += (*c == '\n' && c[1] != '\0');
+    return lines;
+}
+
+// Line k (below line_count) of a text.
+Text line_of(const char* text, int64_t k)
+{
+    for (; k > 0; --k)
+        text = std::strchr(text, '\n') + 1;
+    return {text, static_cast<int64_t>(std::strcspn(text, "\n"))};
+}
+
+// Line k of a header `height` lines high for a text of `lines` lines, which
+// sits at the bottom of the header.
+Text header_piece(const char* text, int64_t lines, int64_t k, int64_t height)
+{
+    const int64_t own = k - (height - lines);
+    return own >= 0 ? line_of(text, own) : Text{"", 0};
+}
+
 template <class T>
 class TablePrinter {
 public:
@@ -90,6 +116,11 @@ public:
                  int64_t* widths)
         : out_(out), matrix_(matrix), request_(request), rows_(rows), columns_(columns), widths_(widths)
     {
+        label_height_ = 1;
+        for (int64_t j = columns.first; j < columns.end; ++j)
+            label_height_ = std::max(label_height_, column_label_lines(j));
+        if (request.corner != nullptr)
+            label_height_ = std::max(label_height_, text_lines(request.corner));
         label_width_ = std::min(longest_row_label(), request.page_width / 2);
         const int64_t room = request.page_width - (label_width_ > 0 ? label_width_ + kGap : 0);
         for (int64_t j = columns.first; j < columns.end; ++j)
@@ -121,21 +152,52 @@ private:
     Text row_label(int64_t i, char (&buffer)[32]) const { return label(request_.row_labels, "Row", i, buffer); }
     Text column_label(int64_t j, char (&buffer)[32]) const { return label(request_.column_labels, "Col", j, buffer); }
 
+    // Lines of a given text: one unless the request breaks labels at newlines.
+    int64_t text_lines(const char* text) const { return request_.label_lines ? line_count(text) : 1; }
+    int64_t column_label_lines(int64_t j) const
+    {
+        return request_.column_labels.style == 2 ? text_lines(request_.column_labels.given[j]) : 1;
+    }
+
+    // Line k of the header over column j, or of the heading of the row
+    // labels (j below 0).
+    Text header_text(int64_t j, int64_t k, char (&buffer)[32]) const
+    {
+        if (j < 0)
+            return request_.corner == nullptr ? Text{"", 0}
+                                              : header_piece(request_.corner, text_lines(request_.corner), k,
+                                                             label_height_);
+        if (request_.column_labels.style != 2)
+            return k == label_height_ - 1 ? column_label(j, buffer) : Text{"", 0};
+        return header_piece(request_.column_labels.given[j], column_label_lines(j), k, label_height_);
+    }
+
+    // The widest line of the header over column j (or the row labels).
+    int64_t header_width(int64_t j) const
+    {
+        char buffer[32];
+        int64_t widest = 0;
+        for (int64_t k = 0; k < label_height_; ++k)
+            widest = std::max(widest, header_text(j, k, buffer).length);
+        return widest;
+    }
+
     int64_t longest_row_label() const
     {
         int64_t longest = 0;
         char buffer[32];
         for (int64_t i = rows_.first; i < rows_.end; ++i)
             longest = std::max(longest, row_label(i, buffer).length);
+        if (request_.row_labels.style != 0 && request_.column_labels.style != 0)
+            longest = std::max(longest, header_width(-1));
         return longest;
     }
 
     // The widest of the column's label and of its entries.
     int64_t natural_width(int64_t j) const
     {
-        char buffer[32];
         char text[kCellSize];
-        int64_t widest = column_label(j, buffer).length;
+        int64_t widest = request_.column_labels.style != 0 ? header_width(j) : 0;
         for (int64_t i = rows_.first; i < rows_.end; ++i)
             if (shown(request_.triangle, i, j))
                 widest = std::max(widest, cell(i, j, text));
@@ -175,7 +237,7 @@ private:
     int64_t header_lines(bool with_title) const
     {
         return (with_title ? count_title_lines(request_.title, request_.page_width) : 0) +
-               (request_.column_labels.style != 0);
+               (request_.column_labels.style != 0 ? label_height_ : 0);
     }
 
     void header(int64_t first, int64_t end, int64_t indent, bool with_title)
@@ -185,15 +247,23 @@ private:
         if (request_.column_labels.style == 0)
             return;
         char buffer[32];
-        out_.begin_line();
-        out_.pad(indent + label_width_);
-        for (int64_t j = first; j < end; ++j) {
-            const Text text = column_label(j, buffer);
-            const int64_t length = std::min(text.length, width(j));
-            out_.pad(step(j, first) - length);
-            out_.put(text.text, length);
+        for (int64_t k = 0; k < label_height_; ++k) {
+            out_.begin_line();
+            out_.pad(indent);
+            if (label_width_ > 0) {
+                const Text corner = header_text(-1, k, buffer);
+                const int64_t length = std::min(corner.length, label_width_);
+                out_.put(corner.text, length);
+                out_.pad(label_width_ - length);
+            }
+            for (int64_t j = first; j < end; ++j) {
+                const Text text = header_text(j, k, buffer);
+                const int64_t length = std::min(text.length, width(j));
+                out_.pad(step(j, first) - length);
+                out_.put(text.text, length);
+            }
+            out_.end_line();
         }
-        out_.end_line();
     }
 
     void row_line(int64_t i, int64_t first, int64_t end, int64_t indent)
@@ -265,6 +335,7 @@ private:
     Range columns_;
     int64_t* widths_;
     int64_t label_width_ = 0;
+    int64_t label_height_ = 1;  // lines of the column header
     bool printed_any_ = false;
 };
 

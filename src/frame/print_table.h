@@ -28,6 +28,12 @@ struct LabelChoice {
 
 struct TableRequest {
     const char* title;
+    // Heading over the row labels, or null.  With `label_lines` set, it and
+    // the given column labels are broken at their newlines into header
+    // lines, bottom-aligned; otherwise a given label ends at its first
+    // newline and the header is one line.
+    const char* corner;
+    bool label_lines;
     LabelChoice row_labels;
     LabelChoice column_labels;
     int64_t triangle;  // 0 all; 1 and 2 upper with and without the diagonal; -1 and -2 lower

@@ -7,11 +7,13 @@
 
 #include "frame/checks.h"
 #include "frame/envelope.h"
+#include "frame/error_block.h"
 #include "frame/memory.h"
 #include "frame/options.h"
 #include "frame/print_format.h"
 #include "frame/print_sink.h"
 #include "frame/print_table.h"
+#include "frame/report_table.h"
 #include "frame/tsd.h"
 #include "orvls.h"
 
@@ -121,13 +123,18 @@ struct Target {
     WriteSettings* settings = nullptr;
 };
 
-// False after an error (raised by the stream query or the records).
+// False after an error raised by the stream query or the records.  A
+// report printed from inside a routine may find a warning of that routine
+// standing: only a new error counts.
 bool find_target(Target& target)
 {
+    const ErrorStackEntry standing = current_error();
     orvls_umach(2, &target.stream);
     target.page = page_settings();
     target.settings = write_settings();
-    return orvls_n1rty(0) == 0 && target.page != nullptr && target.settings != nullptr;
+    const ErrorStackEntry& now = current_error();
+    return now.type == standing.type && now.code == standing.code && target.page != nullptr &&
+           target.settings != nullptr;
 }
 
 void flush_target(const WriteState& state, FILE* stream)
@@ -304,6 +311,8 @@ bool print_matrix(LineWriter& out, const Target& target, const char* title, int6
     const int64_t rows = o.transpose ? nca : nra;
     const int64_t columns = o.transpose ? nra : nca;
     const TableRequest request{title,
+                               nullptr,
+                               false,
                                label_choice(o.row_labels, rows),
                                label_choice(o.column_labels, columns),
                                o.triangle,
@@ -340,6 +349,26 @@ void hand_over_text(WriteState& state, bool written, char** text_result)
         std::free(text);
 }
 
+// Reads the conversions of `format`, opens the line writer with the blank
+// line the paging setting asks for, and prints through `print`; false when
+// memory ran out (200 raised).
+template <class Print>
+bool print_formatted(const Target& target, WriteState& state, const char* format, Print&& print)
+{
+    // A format without a conversion is read as one literal conversion.
+    const int64_t conversion_count = std::max<int64_t>(1, count_conversions(format));
+    WorkArray<Conversion> conversions(static_cast<std::size_t>(conversion_count));
+    if (!conversions.ok()) {
+        orvls_ermes(5, 200);
+        return false;
+    }
+    read_conversions(format, conversions.get());
+    LineWriter out(target.stream, state, *target.settings, target.page->page_length);
+    if (target.settings->paging > 0 || target.settings->paging == -2)
+        out.blank_line();
+    return print(out, conversions.get(), conversion_count) && !out.failed();
+}
+
 template <class T>
 void write_matrix(const char* routine, const char* title, int64_t nra, int64_t nca, T* a, OptionReader* reader)
 {
@@ -366,20 +395,12 @@ void write_matrix(const char* routine, const char* title, int64_t nra, int64_t n
     if (!matrix_arguments_pass(routine, title, nra, nca, a, o))
         return;
     const char* format = o.format_given ? o.format : default_format(target.settings->format);
-    // A format without a conversion is read as one literal conversion.
-    const int64_t conversion_count = std::max<int64_t>(1, count_conversions(format));
-    WorkArray<Conversion> conversions(static_cast<std::size_t>(conversion_count));
-    if (!conversions.ok()) {
-        orvls_ermes(5, 200);
-        return;
-    }
-    read_conversions(format, conversions.get());
-    LineWriter out(target.stream, state, *target.settings, target.page->page_length);
-    if (target.settings->paging > 0 || target.settings->paging == -2)
-        out.blank_line();
-    const bool printed = print_matrix(out, target, title, nra, nca, a, o, conversions.get(), conversion_count);
+    const bool printed = print_formatted(target, state, format, [&](LineWriter& out, const Conversion* list,
+                                                                    int64_t count) {
+        return print_matrix(out, target, title, nra, nca, a, o, list, count);
+    });
     if (o.to_text)
-        hand_over_text(state, printed && !out.failed(), o.text_result);
+        hand_over_text(state, printed, o.text_result);
     else
         flush_target(state, target.stream);
 }
@@ -424,6 +445,30 @@ void write_real(const char* routine, const char* title, Real value)
 }
 
 }  // namespace
+
+template <class Real>
+void write_report_table(const ReportTable& table, int64_t rows, int64_t columns, const Real* a, int64_t lda)
+{
+    Target target;
+    if (!start_write_call() || !find_target(target))
+        return;
+    OutputLockScope lock(true, target.stream);
+    WriteState& state = *write_state();
+    // The empty lines of a report's titles count towards the paging setting,
+    // which is a line count only with pages: without them it stays as it was.
+    const int64_t paging = target.settings->paging;
+    print_formatted(target, state, table.format, [&](LineWriter& out, const Conversion* list, int64_t count) {
+        const TableRequest request{table.title,    table.corner, true,  table.row_labels,        table.column_labels,
+                                   table.triangle, list,         count, target.page->page_width, target.settings};
+        return print_table(out, MatrixView<Real>{a, rows, columns, lda}, request);
+    });
+    if (paging < 0)
+        target.settings->paging = paging;
+    flush_target(state, target.stream);
+}
+
+template void write_report_table<float>(const ReportTable&, int64_t, int64_t, const float*, int64_t);
+template void write_report_table<double>(const ReportTable&, int64_t, int64_t, const double*, int64_t);
 
 }  // namespace orvls
 

@@ -8,12 +8,12 @@
 
 #include "frame/checks.h"
 #include "frame/envelope.h"
+#include "frame/error_block.h"
 #include "frame/machine.h"
 #include "frame/memory.h"
 #include "frame/options.h"
-#include "frame/tsd.h"
-#include "kernels/girts.h"
 #include "orvls.h"
+#include "regression/case_analysis.h"
 #include "regression/inference.h"
 #include "regression/outputs.h"
 
@@ -24,138 +24,8 @@ namespace {
 template <class Real>
 using Info = std::conditional_t<std::is_same_v<Real, float>, orvls_f_regression_info, orvls_d_regression_info>;
 
-inline float t_inverse(float p, float df) { return orvls_f_t_inverse(p, df); }
-inline double t_inverse(double p, double df) { return orvls_d_t_inverse(p, df); }
 inline float f_inverse(float p, float df1, float df2) { return orvls_f_F_inverse_cdf(p, df1, df2); }
 inline double f_inverse(double p, double df1, double df2) { return orvls_d_F_inverse_cdf(p, df1, df2); }
-
-// The t quantiles of the last limits formed on this thread, with the
-// degrees of freedom and the confidences they were formed for, so that a
-// caller that predicts one row per call pays for them once.  A zeroed
-// record (degrees of freedom 0) matches no request that needs a quantile.
-template <class Real>
-struct QuantileCache {
-    Real dfe, confidence_mean, confidence_new, t_mean, t_new;
-};
-
-template <class Real>
-using QuantileRecord = ThreadRecord<QuantileCache<Real>>;
-
-// The t quantile at (confidence + 100) / 200 with dfe > 0 degrees of
-// freedom, through the thread's cache; false when the record cannot be had.
-template <class Real>
-bool t_quantile(Real dfe, Real confidence, Real* quantile)
-{
-    QuantileCache<Real>* cache = QuantileRecord<Real>::get();
-    if (cache == nullptr) {
-        orvls_ermes(5, 200);
-        return false;
-    }
-    if (cache->dfe != dfe || cache->confidence_mean != confidence || cache->confidence_new != confidence) {
-        cache->t_mean = cache->t_new = t_inverse((confidence + 100) / 200, dfe);
-        cache->dfe = dfe;
-        cache->confidence_mean = cache->confidence_new = confidence;
-    }
-    *quantile = cache->t_mean;
-    return true;
-}
-
-// Places of a row of the case table.
-enum CasePlace : int64_t {
-    kObserved = 0,
-    kPredicted = 1,
-    kResidual = 2,
-    kLeverage = 3,
-    kStandardized = 4,
-    kDeleted = 5,
-    kCooksD = 6,
-    kDffits = 7,
-    kMeanLower = 8,
-    kMeanUpper = 9,
-    kNewLower = 10,
-    kNewUpper = 11,
-    kScheffeLower = 12,
-    kScheffeUpper = 13,
-};
-constexpr int64_t kCaseValues = 14;
-
-// What every row shares: the fit of one dependent variable and the
-// quantiles of the limits, computed once per call.
-template <class Real>
-struct CaseModel {
-    int64_t p, intercept, rank;
-    const Real *r, *b;
-    Real dfe, sse, s2, t_quantile, scheffe_factor;
-};
-
-// Leverage, standardized and deleted residuals, Cook's distance and DFFITS
-// of one row, from the regressors z, the residual e and the weight w.
-// Statistics that cannot be formed stay NaN.
-template <class Real>
-void case_statistics(const CaseModel<Real>& model, const Real* z, Real* a, Real e, Real w, Real* row)
-{
-    const Real eps = machine_table<Real>(4);
-    int64_t rank = 0;
-    if (kernels::orvls_girts(model.p, model.r, model.p, int64_t(1), z, model.p, int64_t(kernels::kSolveTransposed),
-                             std::sqrt(eps), &rank, a, model.p) != 0) {
-        orvls_ermes(3, 20050);
-        return;
-    }
-    Real h = 0;
-    for (int64_t j = 0; j < model.p; ++j)
-        h += a[j] * a[j];
-    h *= w;
-    if (!std::isnan(e) && h > 1 - 10 * eps) {
-        if (h > 1 + 1000 * eps) {
-            orvls_e1std(1, double(h));
-            orvls_ermes(3, 20051);
-        }
-        h = 1;
-    }
-    row[kLeverage] = h;
-    if (std::isnan(e) || model.dfe == 0 || w == 0 || h == 1)
-        return;
-    const Real u = (1 - h) / w;
-    if (model.s2 == 0 || u == 0)
-        return;
-    row[kStandardized] = ratio(e, std::sqrt(model.s2 * u));
-    row[kCooksD] = rank == 0 ? missing_value<Real>()
-                             : (e * e * w * h / Real(rank)) / ((1 - h) * (1 - h) * model.s2);
-    if (model.dfe == 1)
-        return;
-    const Real v = e * e / u;
-    Real s2d = (model.sse - v) / (model.dfe - 1);
-    const Real g = (v + model.sse) / (model.dfe - 1);
-    if (s2d < 10 * eps * g) {
-        if (s2d < -1000 * eps * g) {
-            orvls_e1std(1, double(s2d));
-            orvls_ermes(3, 20052);
-        }
-        s2d = 0;
-    }
-    row[kDeleted] = ratio(e, std::sqrt(s2d * u));
-    row[kDffits] = ratio(std::sqrt(h * w) * e, std::sqrt(s2d) * (1 - h));
-}
-
-// Confidence, prediction and simultaneous limits of one row, once its
-// prediction and leverage are known.
-template <class Real>
-void case_limits(const CaseModel<Real>& model, Real w, Real* row)
-{
-    const Real fitted = row[kPredicted], h = row[kLeverage];
-    if (std::isnan(w) || w == 0 || std::isnan(fitted) || std::isnan(model.s2) || std::isnan(h))
-        return;
-    const Real m = model.s2 * h / w;
-    const Real mean_half = model.t_quantile * std::sqrt(m);
-    const Real new_half = model.t_quantile * std::sqrt(model.s2 / w + m);
-    const Real scheffe_half = std::sqrt(model.s2 * h * model.scheffe_factor);
-    row[kMeanLower] = fitted - mean_half;
-    row[kMeanUpper] = fitted + mean_half;
-    row[kNewLower] = fitted - new_half;
-    row[kNewUpper] = fitted + new_half;
-    row[kScheffeLower] = fitted - scheffe_half;
-    row[kScheffeUpper] = fitted + scheffe_half;
-}
 
 // A pair of arrays given by one option: the lower and the upper limits.
 template <class Real>
@@ -181,16 +51,6 @@ struct PredictionSettings {
     // The response of row i is y[i * y_row + y_offset]; none without y.
     int64_t y_row = 0, y_offset = 0;
 
-    Real regressor(const Real* x, int64_t i, int64_t j) const
-    {
-        return x[i * x_col_dim + (independent_columns != nullptr ? independent_columns[j] : j)];
-    }
-    Real weight(const Real* x, int64_t i) const
-    {
-        if (weights != nullptr)
-            return weights[i];
-        return weight_column >= 0 ? x[i * x_col_dim + weight_column] : Real(1);
-    }
     Real response(int64_t i) const { return y != nullptr ? y[i * y_row + y_offset] : missing_value<Real>(); }
 };
 
@@ -391,65 +251,84 @@ bool check_prediction(int64_t n_predict, const Info<Real>& info, PredictionSetti
     return check_dependent_index(info, s) && (s.x_indices ? check_data_columns(m, s, x) : check_responses(s));
 }
 
-// False when the quantile cache cannot be had.
+// The fit of the chosen dependent variable.
 template <class Real>
-bool case_model(const Info<Real>& info, Real confidence, int64_t index, CaseModel<Real>& model)
+CaseFit<Real> case_fit(const Info<Real>& info, int64_t index)
 {
     const int64_t p = info.n_parameters;
-    model = CaseModel<Real>{p, info.intercept, info.rank, info.R, info.coefficients + index * p, info.df_error,
-                          info.sscp_error[index + index * info.n_dependent], 0, 0, 0};
-    model.s2 = model.dfe > 0 ? model.sse / model.dfe : missing_value<Real>();
-    if (!(model.dfe > 0)) {
-        model.t_quantile = model.scheffe_factor = missing_value<Real>();
-    } else if (confidence == 0) {  // both quantiles are 0 there, outside the inverses' domain
-        model.t_quantile = model.scheffe_factor = 0;
-    } else {
-        if (!t_quantile(model.dfe, confidence, &model.t_quantile))
-            return false;
-        model.scheffe_factor = info.rank > 0 ? Real(info.rank) * f_inverse(confidence / 100, Real(info.rank), model.dfe)
-                                             : missing_value<Real>();
-    }
-    return true;
+    return CaseFit<Real>{p, info.coefficients + index * p, info.R, p, info.df_error,
+                         info.sscp_error[index + index * info.n_dependent]};
 }
 
-// The case table, one row of kCaseValues per case; false when a negative
-// weight stops it (11057).
+// The case table of rows whose data lie in separate arrays: each row goes
+// to the case analysis alone, in a scratch row of its regressors, its
+// weight and its response.
 template <class Real>
-bool case_table(const CaseModel<Real>& model, int64_t n_predict, const Real* x, const PredictionSettings<Real>& s,
-                Real* z, Real* a, Real* table)
+void separate_rows(const CaseFit<Real>& fit, int64_t intercept, int64_t n_predict, const Real* x,
+                   const PredictionSettings<Real>& s, Real* scratch, Real* wk, Real* table)
 {
-    const int64_t m = model.p - model.intercept;
-    for (int64_t i = 0; i < n_predict; ++i) {
-        Real* row = table + i * kCaseValues;
-        std::fill(row, row + kCaseValues, missing_value<Real>());
-        const Real w = s.weight(x, i);
-        if (w < 0) {
-            orvls_e1sti(1, i);
-            orvls_e1std(1, double(w));
-            orvls_ermes(5, 11057);
-            return false;
-        }
-        if (model.intercept)
-            z[0] = 1;
-        for (int64_t j = 0; j < m; ++j)
-            z[model.intercept + j] = s.regressor(x, i, j);
-        Real fitted = 0;
-        bool missing = std::isnan(w);
-        for (int64_t j = 0; j < model.p; ++j) {
-            missing = missing || std::isnan(z[j]);
-            fitted += z[j] * model.b[j];
-        }
-        row[kObserved] = s.response(i);
-        if (missing)
-            continue;
-        row[kPredicted] = fitted;
-        row[kResidual] = row[kObserved] - fitted;
-        case_statistics(model, z, a, row[kResidual], w, row);
-        if (is_fatal(orvls_n1rty(0)))
-            return false;
-        case_limits(model, w, row);
+    const int64_t m = fit.ncoef - intercept;
+    const int64_t weight = s.weights != nullptr ? m : -1, response = s.y != nullptr ? m + 1 : -1;
+    int64_t missing = 0;
+    for (int64_t i = 0; i < n_predict && !is_fatal(orvls_n1rty(0)); ++i) {
+        std::copy(x + i * s.x_col_dim, x + i * s.x_col_dim + m, scratch);
+        scratch[m] = s.weights != nullptr ? s.weights[i] : Real(0);
+        scratch[m + 1] = s.response(i);
+        orvls_r2ase(i == 0 ? int64_t(1) : int64_t(2), int64_t(1), m + 2, scratch, m + 2, intercept, -m,
+                    static_cast<const GlmModel<Real>*>(nullptr), response, weight, int64_t(-1), s.confidence,
+                    s.confidence, "N", i + 1, fit, table + i * kCaseValues, kCaseValues, &missing, wk);
     }
-    return true;
+}
+
+// The case table of rows that hold all their data: one call for all rows,
+// each regressor an effect of its own column.
+template <class Real>
+void rows_in_x(const CaseFit<Real>& fit, int64_t intercept, int64_t n_predict, const Real* x,
+               const PredictionSettings<Real>& s, int64_t* effects, Real* wk, Real* table)
+{
+    const int64_t m = fit.ncoef - intercept;
+    for (int64_t j = 0; j < m; ++j) {
+        effects[j] = 1;
+        effects[m + j] = s.independent_columns[j] + 1;
+    }
+    const GlmModel<Real> glm{0, nullptr, nullptr, nullptr, m, effects, effects + m, 1};
+    const int64_t response = s.dependent_columns[0] >= 0 ? s.dependent_columns[s.dependent_index] : -1;
+    int64_t missing = 0;
+    orvls_r2ase(int64_t(0), n_predict, s.x_col_dim, x, s.x_col_dim, intercept, int64_t(1), &glm, response,
+                s.weight_column, int64_t(-1), s.confidence, s.confidence, "N", int64_t(1), fit, table, kCaseValues,
+                &missing, wk);
+}
+
+// Simultaneous limits: half width sqrt(s2 h F rank), F the quantile of
+// the confidence with rank and dfe degrees of freedom.
+template <class Real>
+void scheffe_limits(const Info<Real>& info, const CaseFit<Real>& fit, Real confidence, int64_t n, const Real* table,
+                    Real* lower, Real* upper)
+{
+    const Real none = missing_value<Real>();
+    Real factor = none;
+    if (fit.dfe > 0 && info.rank > 0)
+        factor = confidence == 0 ? Real(0) : Real(info.rank) * f_inverse(confidence / 100, Real(info.rank), fit.dfe);
+    const Real s2 = fit.dfe > 0 ? fit.sse / fit.dfe : none;
+    for (int64_t i = 0; i < n; ++i) {
+        const Real fitted = table[i * kCaseValues + kPredicted];
+        const Real half = std::sqrt(s2 * table[i * kCaseValues + kLeverage] * factor);
+        lower[i] = fitted - half;
+        upper[i] = fitted + half;
+    }
+}
+
+// Warnings about leverages above 1 and negative deleted variances concern
+// only the outputs built on them: without those they are withdrawn.
+template <class Real>
+void withdraw_unused_warnings(const PredictionSettings<Real>& s)
+{
+    const ErrorStackEntry& error = current_error();
+    const bool deleted_wanted = s.deleted.wanted() || s.dffits.wanted();
+    const bool leverage_wanted =
+        deleted_wanted || s.leverage.wanted() || s.standardized.wanted() || s.cooksd.wanted();
+    if (error.type == 3 && ((error.code == 20051 && !leverage_wanted) || (error.code == 20052 && !deleted_wanted)))
+        withdraw_current_error();
 }
 
 template <class Real>
@@ -482,9 +361,7 @@ void deliver(PredictionSettings<Real>& s, Output<Real>& fitted, const Real* tabl
         {&s.mean_limits.lower, kMeanLower},
         {&s.mean_limits.upper, kMeanUpper},
         {&s.new_limits.lower, kNewLower},
-        {&s.new_limits.upper, kNewUpper},
-        {&s.scheffe_limits.lower, kScheffeLower},
-        {&s.scheffe_limits.upper, kScheffeUpper}};
+        {&s.new_limits.upper, kNewUpper}};
     for (const auto& [output, place] : columns) {
         if (!output->wanted())
             continue;
@@ -492,6 +369,8 @@ void deliver(PredictionSettings<Real>& s, Output<Real>& fitted, const Real* tabl
             output->data()[i] = table[i * kCaseValues + place];
         output->hand_over();
     }
+    s.scheffe_limits.lower.hand_over();
+    s.scheffe_limits.upper.hand_over();
 }
 
 template <class Real>
@@ -515,9 +394,10 @@ Real* regression_prediction(const Info<Real>* info, int64_t n_predict, const Rea
         fitted.user = s.return_user;
     else
         fitted.address = &fitted_values;
-    const int64_t p = info->n_parameters;
-    WorkArray<Real> table(static_cast<std::size_t>(n_predict * kCaseValues)), work(static_cast<std::size_t>(2 * p));
-    if (!table.ok() || !work.ok()) {
+    const int64_t p = info->n_parameters, m = p - info->intercept;
+    WorkArray<Real> table(static_cast<std::size_t>(n_predict * kCaseValues)), work(static_cast<std::size_t>(3 * p + 2));
+    WorkArray<int64_t> effects(static_cast<std::size_t>(s.x_indices ? 2 * m : 0));
+    if (!table.ok() || !work.ok() || !effects.ok()) {
         orvls_e1sti(1, n_predict);
         orvls_e1stl(1, "n_predict");
         orvls_ermes(5, 201);
@@ -525,10 +405,17 @@ Real* regression_prediction(const Info<Real>* info, int64_t n_predict, const Rea
     }
     if (!allocate_outputs(s, fitted, n_predict))
         return nullptr;
-    CaseModel<Real> model;
-    if (!case_model(*info, s.confidence, s.dependent_index, model) ||
-        !case_table(model, n_predict, x, s, work.get(), work.get() + p, table.get()))
+    const CaseFit<Real> fit = case_fit<Real>(*info, s.dependent_index);
+    if (s.x_indices)
+        rows_in_x(fit, info->intercept, n_predict, x, s, effects.get(), work.get(), table.get());
+    else
+        separate_rows(fit, info->intercept, n_predict, x, s, work.get() + 2 * p, work.get(), table.get());
+    if (is_fatal(orvls_n1rty(0)))
         return nullptr;
+    if (s.scheffe_limits.wanted())
+        scheffe_limits(*info, fit, s.confidence, n_predict, table.get(), s.scheffe_limits.lower.data(),
+                       s.scheffe_limits.upper.data());
+    withdraw_unused_warnings(s);
     deliver(s, fitted, table.get(), n_predict);
     return s.return_user != nullptr ? s.return_user : fitted_values;
 }

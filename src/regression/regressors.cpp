@@ -144,17 +144,11 @@ void collect_class_values(int64_t ido, int64_t nrow, const Real* x, int64_t ldx,
 // ---------------------------------------------------------------------------
 // Row expansion.
 
-// A class table and a model with one-based columns, under one dummy method.
+// A model with the counts that its row expansion needs.
 template <class Real>
-struct Design {
-    int64_t nclvar;
-    const int64_t* indcl;
-    const int64_t* nclval;
-    const Real* clval;
-    int64_t nef;
-    const int64_t* nvef;
-    const int64_t* indef;
-    int64_t method;  // 1, 2 or 3
+struct Design : GlmModel<Real> {
+    using GlmModel<Real>::nclvar, GlmModel<Real>::indcl, GlmModel<Real>::nclval, GlmModel<Real>::nef,
+        GlmModel<Real>::nvef, GlmModel<Real>::indef, GlmModel<Real>::method;
 
     // The class variable in column c, or -1 for a continuous column.
     int64_t class_of(int64_t c) const
@@ -620,8 +614,8 @@ int64_t regressors_for_glm(int64_t n_observations, Real* x, int64_t n_class, int
         !allocate_or_report(allocated, n_observations, "n_observations", col_dim, "n_regressors"))
         return 0;
     Real* result = request.regressors_user != nullptr ? request.regressors_user : allocated.get();
-    const Design<Real> design{n_class,       indcl.get(),         table.counts.get(),    table.values.get(),
-                              effects.count, effects.sizes.get(), effects.columns.get(), request.dummy_method};
+    const Design<Real> design{{n_class, indcl.get(), table.counts.get(), table.values.get(), effects.count,
+                               effects.sizes.get(), effects.columns.get(), request.dummy_method}};
     expand_rows(design, n_observations, x, n_observations, result, col_dim, 1, true);
     if (request.regressors != nullptr)
         *request.regressors = allocated.release();
@@ -666,7 +660,7 @@ void orvls_grglm(int64_t nrow, int64_t ncol, const Real* x, int64_t ldx, int64_t
     else if (check_rows(nrow, ldx, "ldx") && (!write || check_rows(nrow, ldreg, "ldreg")) &&
              check_class_variables(nclvar, indcl, ncol) && entries_in_range(nclvar, nclval, 1, kNoLimit, 20231) &&
              check_effects(nef, nvef, indef, ncol)) {
-        const Design<Real> design{nclvar, indcl, nclval, clval, nef, nvef, indef, method};
+        const Design<Real> design{{nclvar, indcl, nclval, clval, nef, nvef, indef, method}};
         *nreg = design.regressors();
         *nrmiss = expand_rows(design, nrow, x, ldx, reg, 1, ldreg, write);
     }

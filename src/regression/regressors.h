@@ -18,6 +18,22 @@
 
 namespace orvls::regression {
 
+// A class table and a model with one-based columns, under one dummy method:
+// nclvar class variables in the columns indcl with their table nclval and
+// clval; nef effects, effect e being the nvef[e] columns that follow those
+// of the effects before it in indef.
+template <class Real>
+struct GlmModel {
+    int64_t nclvar;
+    const int64_t* indcl;
+    const int64_t* nclval;
+    const Real* clval;
+    int64_t nef;
+    const int64_t* nvef;
+    const int64_t* indef;
+    int64_t method;  // 1, 2 or 3
+};
+
 // Collects the distinct values of nclvar class variables from nrow rows of
 // x (column-major, leading dimension ldx, ncol columns); indcl holds their
 // one-based columns.  ido 0 takes all the data at once; 1, 2 and 3 take a

@@ -1,6 +1,7 @@
-// Reports of the selection routines, built as texts in memory.
+// Reports of the regression routines.
 #include "regression/report_text.h"
 
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -46,6 +47,30 @@ void deliver_report(char* text, char** text_target, bool to_stdout)
     std::fflush(stdout);
     orvls_output_unlock(stdout);
     std::free(text);
+}
+
+namespace {
+
+bool selector_holds(const char* selector, char c)
+{
+    for (; *selector != '\0'; ++selector)
+        if (std::toupper(static_cast<unsigned char>(*selector)) == c)
+            return true;
+    return false;
+}
+
+}  // namespace
+
+bool print_selects_none(const char* selector)
+{
+    return selector == nullptr || (!selector_holds(selector, 'A') && selector_holds(selector, 'N'));
+}
+
+bool print_selects(const char* selector, char section)
+{
+    if (print_selects_none(selector))
+        return false;
+    return selector_holds(selector, 'A') || selector_holds(selector, section);
 }
 
 }  // namespace orvls::regression

@@ -1,4 +1,5 @@
-// Reports of the selection routines, built as texts in memory.
+// Reports of the regression routines: the selection reports, built as texts
+// in memory, and the print selectors of the summary and case reports.
 #pragma once
 
 #include <cstddef>
@@ -12,5 +13,12 @@ bool append(char*& text, std::size_t& length, const char* format, ...) __attribu
 // Hands a finished report to its target: the caller's text pointer, or the
 // standard output under the output lock (the text is then freed).
 void deliver_report(char* text, char** text_target, bool to_stdout);
+
+// Whether a print selector asks for `section` (an upper-case letter or a
+// digit): "A" anywhere, in either case, asks for all; otherwise "N"
+// anywhere for none; otherwise each character named.  Null asks for none.
+bool print_selects(const char* selector, char section);
+// Whether a print selector asks for no section at all by its "N".
+bool print_selects_none(const char* selector);
 
 }  // namespace orvls::regression

@@ -13,10 +13,12 @@
 #include "frame/machine.h"
 #include "frame/memory.h"
 #include "frame/options.h"
+#include "frame/report_table.h"
 #include "orvls.h"
 #include "regression/inference.h"
 #include "regression/outputs.h"
 #include "regression/precision.h"
+#include "regression/report_text.h"
 
 namespace orvls::regression {
 
@@ -57,6 +59,17 @@ bool effect_starts_ordered(int64_t ief, const int64_t* irbef)
     return true;
 }
 
+// A negative diagonal of the factor marks a reduced model, which only the
+// printed total's label tells.
+template <class Real>
+bool negative_diagonal(int64_t ncoef, const Real* r, int64_t ldr)
+{
+    for (int64_t j = 0; j < ncoef; ++j)
+        if (r[j + j * ldr] < 0)
+            return true;
+    return false;
+}
+
 // The centred sum of squares of each coefficient's column, read off the
 // factor, that the diagonal of the inverse turns into a variance inflation
 // factor: +inf at a dropped coefficient, NaN at a negative diagonal.
@@ -80,6 +93,73 @@ void inflation_bases(int64_t intcep, int64_t ncoef, const Real* r, int64_t ldr, 
             t[j] = sum;
         }
     }
+}
+
+
+// What the printed summary shows, as orvls_rstat leaves it.
+template <class Real>
+struct SummaryTables {
+    int64_t intcep, ief, ncoef;
+    bool negative_diagonal;
+    const Real* aov;
+    const Real *sqss, *coef, *covb;
+    int64_t ldsqss, ldcoef, ldcovb;
+};
+
+// Section 1: the summary line, then the analysis of variance.
+template <class Real>
+void print_anova(const SummaryTables<Real>& t)
+{
+    const Real* aov = t.aov;
+    static const char* const summary_labels[] = {"R-squared\n(percent)", "Adjusted\nR-squared",
+                                                 "Est. Std. Dev.\nof Model Error", "\nMean",
+                                                 "Coefficient of\nVar. (percent)"};
+    const Real summary[] = {aov[kRSquared], aov[kAdjustedRSquared], aov[kErrorDeviation], aov[kMean],
+                            aov[kVariation]};
+    const bool without_mean = std::isnan(aov[kMean]) && std::isnan(aov[kVariation]);
+    write_report_table(ReportTable{"", without_mean ? "%8.3f%8.3f%10.4W" : "%8.3f%8.3f%10.4W%10.4W%10.4W", nullptr,
+                                   LabelChoice{0, nullptr}, LabelChoice{2, summary_labels}, 0},
+                       1, without_mean ? 3 : 5, summary, 1);
+    const Real none = missing_value<Real>();
+    // Column-major: sources down, statistics across.
+    const Real table[] = {aov[kModelDf], aov[kErrorDf], aov[kTotalDf], aov[kModelSs], aov[kErrorSs], aov[kTotalSs],
+                          aov[kModelMs], aov[kErrorMs], none, aov[kOverallF], none, none, aov[kProbF], none, none};
+    static const char* const columns[] = {"\nDF", "Sum of\nSquares", "Mean\nSquare", "\nOverall F",
+                                          "Prob. of\nLarger F"};
+    const char* const sources[] = {"Regression", "Residual",
+                                   t.negative_diagonal ? "Reduced Model Total"
+                                   : t.intcep          ? "Corrected Total  "
+                                                       : "Uncorrected Total"};
+    write_report_table(ReportTable{"\n* * * Analysis of Variance * * *", "%7.1W%10.4W%10.4W%9.3f%7.4f", "\nSource",
+                                   LabelChoice{2, sources}, LabelChoice{2, columns}, 0},
+                       3, 5, table, 3);
+}
+
+template <class Real>
+void print_summary(const char* print, const SummaryTables<Real>& t)
+{
+    if (print_selects(print, '1'))
+        print_anova(t);
+    if (print_selects(print, '2')) {
+        static const char* const columns[] = {"Degrees of\nFreedom", "Sum of \nSquares", "\nF-statistic",
+                                              "Prob. of \nLarger F"};
+        write_report_table(ReportTable{"\n* * * Sequential Statistics * * *\n", "%10.4W%10.4W%9.3f%7.4f",
+                                       t.ief > 0 ? "\nEffect" : "Indep.\nVariable", LabelChoice{1, nullptr},
+                                       LabelChoice{2, columns}, 0},
+                           effect_count(t.ief), 4, t.sqss, t.ldsqss);
+    }
+    if (print_selects(print, '3')) {
+        static const char* const columns[] = {"\nEstimate", "Standard\nError", "\nt-statistic",
+                                              "Prob. of\nLarger |t|", "Variance\nInflation"};
+        write_report_table(ReportTable{"\n* * * Inference on Coefficients * * *\n", "%10.4W%10.4W%10.4W%7.4f%10.4W",
+                                       "\nCoef.", LabelChoice{1, nullptr}, LabelChoice{2, columns}, 0},
+                           t.ncoef, 5, t.coef, t.ldcoef);
+    }
+    if (print_selects(print, '4'))
+        write_report_table(
+            ReportTable{"\n* * * Variance-Covariance Matrix for the Coefficient Estimates * * *\n", "%12.6W", nullptr,
+                        LabelChoice{1, nullptr}, LabelChoice{1, nullptr}, 1},
+            t.ncoef, t.ncoef, t.covb, t.ldcovb);
 }
 
 }  // namespace
@@ -114,8 +194,8 @@ void orvls_rsqss(int64_t intcep, int64_t ief, const int64_t* irbef, const Real* 
 
 template <class Real>
 void orvls_rstat(int64_t intcep, int64_t ief, const int64_t* irbef, const Real* b, const Real* r, int64_t ldr,
-                 Real dfe, Real sse, Real* aov, Real* sqss, int64_t ldsqss, Real* coef, int64_t ldcoef, Real* covb,
-                 int64_t ldcovb)
+                 Real dfe, Real sse, const char* print, Real* aov, Real* sqss, int64_t ldsqss, Real* coef,
+                 int64_t ldcoef, Real* covb, int64_t ldcovb)
 {
     orvls_rsqss(intcep, ief, irbef, b, r, ldr, dfe, sse, sqss, ldsqss);
     if (is_fatal(orvls_n1rty(0)))
@@ -156,17 +236,21 @@ void orvls_rstat(int64_t intcep, int64_t ief, const int64_t* irbef, const Real* 
             coef[j] = b[j];
             coef[j + 2 * ldcoef] = coef[j + 3 * ldcoef] = s2;
         }
-        return;
     }
-    WorkArray<Real> errors(static_cast<std::size_t>(ncoef));
-    if (!errors.ok()) {
-        orvls_e1sti(1, ncoef);
-        orvls_e1stl(1, "n_independent");
-        orvls_ermes(5, 201);
-        return;
+    if (!std::isnan(s2)) {
+        WorkArray<Real> errors(static_cast<std::size_t>(ncoef));
+        if (!errors.ok()) {
+            orvls_e1sti(1, ncoef);
+            orvls_e1stl(1, "n_independent");
+            orvls_ermes(5, 201);
+            return;
+        }
+        std::copy(se, se + ncoef, errors.get());
+        orvls_rcoef(ncoef, b, errors.get(), dfe, coef, ldcoef);
     }
-    std::copy(se, se + ncoef, errors.get());
-    orvls_rcoef(ncoef, b, errors.get(), dfe, coef, ldcoef);
+    if (!is_fatal(orvls_n1rty(0)))
+        print_summary(print, SummaryTables<Real>{intcep, ief, ncoef, negative_diagonal(ncoef, r, ldr), aov, sqss, coef,
+                                                 covb, ldsqss, ldcoef, ldcovb});
 }
 
 template void orvls_rsqss<float>(int64_t, int64_t, const int64_t*, const float*, const float*, int64_t, float, float,
@@ -174,9 +258,9 @@ template void orvls_rsqss<float>(int64_t, int64_t, const int64_t*, const float*,
 template void orvls_rsqss<double>(int64_t, int64_t, const int64_t*, const double*, const double*, int64_t, double,
                                   double, double*, int64_t);
 template void orvls_rstat<float>(int64_t, int64_t, const int64_t*, const float*, const float*, int64_t, float, float,
-                                 float*, float*, int64_t, float*, int64_t, float*, int64_t);
+                                 const char*, float*, float*, int64_t, float*, int64_t, float*, int64_t);
 template void orvls_rstat<double>(int64_t, int64_t, const int64_t*, const double*, const double*, int64_t, double,
-                                  double, double*, double*, int64_t, double*, int64_t, double*, int64_t);
+                                  double, const char*, double*, double*, int64_t, double*, int64_t, double*, int64_t);
 
 namespace {
 
@@ -326,7 +410,7 @@ void regression_summary(const Info<Real>* info, OptionReader& options)
         return;
     Real aov[kAnovaValues];
     orvls_rstat(info->intercept, -m, static_cast<const int64_t*>(nullptr), info->coefficients + k * p, info->R, p,
-                info->df_error, info->sscp_error[k + k * info->n_dependent], aov, work.sqss.get(), m,
+                info->df_error, info->sscp_error[k + k * info->n_dependent], "None", aov, work.sqss.get(), m,
                 work.coef.get(), p, work.covb.get(), p);
     if (!is_fatal(orvls_n1rty(0)))
         deliver_summary(s, work, aov, m, p);

@@ -22,9 +22,12 @@ void orvls_rsqss(int64_t intcep, int64_t ief, const int64_t* irbef, const Real* 
 // (column-major, ldsqss), the coefficient table of five columns (estimate,
 // standard error, t, probability of a larger |t|, variance inflation;
 // column-major, ldcoef) and the covariances (ldcovb, both triangles).
+// The print selector (see print_selects) picks the sections printed to the
+// output stream: 1 the summary line and the analysis of variance, 2 the
+// sequential table, 3 the coefficient table, 4 the covariances.
 template <class Real>
 void orvls_rstat(int64_t intcep, int64_t ief, const int64_t* irbef, const Real* b, const Real* r, int64_t ldr,
-                 Real dfe, Real sse, Real* aov, Real* sqss, int64_t ldsqss, Real* coef, int64_t ldcoef, Real* covb,
+                 Real dfe, Real sse, const char* print, Real* aov, Real* sqss, int64_t ldsqss, Real* coef, int64_t ldcoef, Real* covb,
                  int64_t ldcovb);
 
 }  // namespace orvls::regression

@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-#include "../regression/regression_support.h"
+#include "prediction_support.h"
 #include "capture.h"
 
 extern "C" void orvls_testing_fail_allocation(int64_t n);
@@ -15,15 +15,6 @@ extern "C" void orvls_testing_fail_allocation(int64_t n);
 namespace {
 
 const char* kReferences = "../../summaries/data/predictions.txt";
-
-template <class Real>
-Real* predict(const RegressionInfo<Real>* info, int64_t n, const Real* x, auto... options)
-{
-    if constexpr (sizeof(Real) == sizeof(float))
-        return orvls_f_regression_prediction(info, n, x, options...);
-    else
-        return orvls_d_regression_prediction(info, n, x, options...);
-}
 
 // Fit rows, then new rows, with the fit's weights and 1 for the new rows;
 // the responses of new rows are NaN.
@@ -310,30 +301,39 @@ TEST(RegressionPrediction, MissingResponseNamesTheFirstDiagnostic)
     std::free(info);
 }
 
+// Both paths: rows with separate responses, and all data in x.
 TEST(RegressionPrediction, EachAllocationFailureIsRefusedCleanly)
 {
     orvls_d_regression_info* info = small_fit(6);
     ASSERT_NE(info, nullptr);
-    double x[] = {1, 2, 3}, y[] = {1, 2, 3};
-    for (int64_t failing = 1;; ++failing) {
-        ErrorCapture capture;
-        double *leverage = nullptr, *lower = nullptr, *upper = nullptr, *residual = nullptr;
-        orvls_testing_fail_allocation(failing);
-        double* fitted = orvls_d_regression_prediction(info, 3, x, ORVLS_Y, y, ORVLS_LEVERAGE, &leverage,
-                                                       ORVLS_MEAN_LIMITS, &lower, &upper, ORVLS_RESIDUAL, &residual, 0);
-        orvls_testing_fail_allocation(0);
-        if (fitted != nullptr) {
-            EXPECT_GT(failing, 5);
-            for (void* q : {(void*)fitted, (void*)leverage, (void*)lower, (void*)upper, (void*)residual})
-                std::free(q);
-            break;
+    double x[] = {1, 2, 3}, y[] = {1, 2, 3}, xy[] = {1, 1, 2, 2, 3, 3};
+    const int64_t independent[] = {0}, dependent[] = {1};
+    for (const bool in_x : {false, true}) {
+        for (int64_t failing = 1;; ++failing) {
+            ErrorCapture capture;
+            double *leverage = nullptr, *lower = nullptr, *upper = nullptr, *residual = nullptr;
+            orvls_testing_fail_allocation(failing);
+            double* fitted =
+                in_x ? orvls_d_regression_prediction(info, 3, xy, ORVLS_X_COL_DIM, int64_t(2), ORVLS_X_INDICES,
+                                                     independent, dependent, int64_t(-1), int64_t(-1), ORVLS_LEVERAGE,
+                                                     &leverage, ORVLS_MEAN_LIMITS, &lower, &upper, ORVLS_RESIDUAL,
+                                                     &residual, 0)
+                     : orvls_d_regression_prediction(info, 3, x, ORVLS_Y, y, ORVLS_LEVERAGE, &leverage,
+                                                     ORVLS_MEAN_LIMITS, &lower, &upper, ORVLS_RESIDUAL, &residual, 0);
+            orvls_testing_fail_allocation(0);
+            if (fitted != nullptr) {
+                EXPECT_GT(failing, 5) << in_x;
+                for (void* q : {(void*)fitted, (void*)leverage, (void*)lower, (void*)upper, (void*)residual})
+                    std::free(q);
+                break;
+            }
+            // 200: the thread's quantile record could not be made.
+            const Outcome outcome = last_outcome();
+            EXPECT_TRUE(outcome == (Outcome{5, 201}) || outcome == (Outcome{5, 200}))
+                << failing << ": " << outcome.type << " " << outcome.code;
+            for (void* q : {(void*)leverage, (void*)lower, (void*)upper, (void*)residual})
+                EXPECT_EQ(q, nullptr) << failing;
         }
-        // 200: the thread's quantile record could not be made.
-        const Outcome outcome = last_outcome();
-        EXPECT_TRUE(outcome == (Outcome{5, 201}) || outcome == (Outcome{5, 200}))
-            << failing << ": " << outcome.type << " " << outcome.code;
-        for (void* q : {(void*)leverage, (void*)lower, (void*)upper, (void*)residual})
-            EXPECT_EQ(q, nullptr) << failing;
     }
     std::free(info);
 }
