@@ -20,7 +20,7 @@ namespace {
 // Subscript masks of the two layouts.
 constexpr Mask kLocation = 1;
 constexpr Mask kRow = 2, kColumn = 4;                // by location, row, column
-constexpr Mask kTreatment = 2, kRowOfTreatment = 4;  // by location, treatment, row
+constexpr Mask kTreatment = 2;  // by location, treatment, row
 
 struct Squares {
     int64_t t = 0;
