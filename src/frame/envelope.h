@@ -47,6 +47,32 @@ inline auto within(const char* name, Body&& body)
     return value;
 }
 
+// A routine called from inside another shows its level on the error stack
+// only through what it raises: a level that raises nothing, below one that
+// does not report as if the caller had called it, leaves after its pop just
+// this on the running level.
+inline void leave_silent_level(ErrorBlock* block)
+{
+    ErrorStackEntry* running = block->error_stack_top;
+    if (running->type == 0)
+        running->code = 0;
+    block->current_code[0] = running->code;
+    block->current_type[1] = block->current_code[1] = 0;
+}
+
+// Runs an inner routine: `worker` alone, with the effects of a silent level,
+// when `quiet` says its arguments raise nothing; else `routine` in full.
+template <class Worker, class Routine>
+inline auto inner_routine(bool quiet, Worker&& worker, Routine&& routine)
+{
+    ErrorBlock* block = existing_error_block();
+    if (!quiet || block->error_stack_top->user_call != 0)
+        return routine();
+    const auto value = worker();
+    leave_silent_level(block);
+    return value;
+}
+
 // Runs `worker` (which returns R) as the public routine `name`; returns
 // `failure` when the worker does not run or a trapped signal ends it.  The
 // jump buffer lives in a frame that stays alive while the worker runs.

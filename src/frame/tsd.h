@@ -63,31 +63,40 @@ class ThreadRecord {
 public:
     static T* get()
     {
+        if (T* record = cached_)
+            return record;
         orvls_once(&flag_, make_key);
         const TsdKey key = key_.load(std::memory_order_relaxed);
         if (key == 0)
             return nullptr;
         if (void* value = orvls_tsd_get(key))
-            return static_cast<T*>(value);
-        return create(key);
+            return cached_ = static_cast<T*>(value);
+        return cached_ = create(key);
     }
 
     // The record if this thread has one; never allocates.  The key may be
     // made meanwhile on another thread, hence the atomic read.
     static T* peek()
     {
+        if (T* record = cached_)
+            return record;
         const TsdKey key = key_.load(std::memory_order_acquire);
-        return key == 0 ? nullptr : static_cast<T*>(orvls_tsd_get(key));
+        return key == 0 ? nullptr : cached_ = static_cast<T*>(orvls_tsd_get(key));
     }
 
 private:
     static inline OnceFlag flag_{0};
     static inline std::atomic<TsdKey> key_{0};
+    // The thread's record in front of the keyed table, which stays the
+    // owner: the record's destructor forgets it.
+    static inline constinit thread_local T* cached_ __attribute__((tls_model("initial-exec"))) = nullptr;
 
     // The thread-end path hands every key's destructor its slot, also one
     // this thread never filled: an empty slot has nothing to free.
     static void destroy(void* value)
     {
+        if (value == cached_)
+            cached_ = nullptr;
         if (value == nullptr)
             return;
         if constexpr (requires { T::destroy(value); })

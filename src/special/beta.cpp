@@ -20,7 +20,7 @@ Real l_beta(Real a, Real b)
         return Machine<Real>::nan;
     }
     if (a + b < limits.xmax)
-        return gamma_routine(a) * gamma_routine(b) / gamma_routine(a + b);
+        return inner_gamma(a) * inner_gamma(b) / inner_gamma(a + b);
     const Real value = log_beta_routine(a, b);
     if (value >= Thresholds<Real>::log_tiny)
         return std::exp(value);
@@ -47,9 +47,9 @@ Real l_log_beta(Real a, Real b)
     if (q >= 10) {
         const Real corr = orvls_r9lgmc(q) - orvls_r9lgmc(p + q);
         clear_error_below(2);
-        return log_gamma_routine(p) + corr + p - p * std::log(p + q) + (q - Real(0.5)) * l_alnrel(share);
+        return inner_log_gamma(p) + corr + p - p * std::log(p + q) + (q - Real(0.5)) * l_alnrel(share);
     }
-    return std::log(gamma_routine(p) * (gamma_routine(q) / gamma_routine(p + q)));
+    return std::log(inner_gamma(p) * (inner_gamma(q) / inner_gamma(p + q)));
 }
 
 namespace {

@@ -75,8 +75,8 @@ Real newton_beta_inverse(Real p, Real pin, Real qin)
 
     const Real s = big_p + big_q;
     Real x = big_p / s;
-    const Real k_constant = log_gamma_routine<Real>(s) - log_gamma_routine<Real>(big_p) -
-                            log_gamma_routine<Real>(big_q) + (big_p - Real(0.5)) * std::log(big_p) -
+    const Real k_constant = inner_log_gamma<Real>(s) - inner_log_gamma<Real>(big_p) -
+                            inner_log_gamma<Real>(big_q) + (big_p - Real(0.5)) * std::log(big_p) -
                             s * std::log(s) + (big_q - Real(0.5)) * std::log(big_q) +
                             big_p * std::log(big_q / big_p + 1) + Real(0.5) * std::log(big_q / big_p) +
                             big_q * std::log(big_p / big_q + 1);

@@ -88,7 +88,7 @@ Real chi_squared_cdf(Real chi_squared, Real df)
         return Real(1);
     const Real a = Real(0.5) * df;
     const Real h = Real(0.5) * chi_squared;
-    const Real g = gamma_routine<Real>(a);
+    const Real g = inner_gamma<Real>(a);
     if (h >= std::max(Real(0.5) * a, Real(13)))
         return upper_tail_expansion(a, h, g);
     if (df <= 25 || chi_squared >= 2)

@@ -119,7 +119,7 @@ int64_t factorial_routine(int64_t n)
         leave_without_report(existing_error_block(), name);
         return 0;
     }
-    const int64_t value = truncate_to_integer(gamma_routine(plus_one<Real>(n)));
+    const int64_t value = truncate_to_integer(inner_gamma(plus_one<Real>(n)));
     pop(existing_error_block(), name);
     return value;
 }

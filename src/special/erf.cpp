@@ -61,6 +61,8 @@ Real erfc_near_zero(Real x)
     return 1 - 2 * x / Real(kSqrtPi);
 }
 
+}  // namespace
+
 template <class Real>
 Real erfc_with_counts(Real x, const int64_t* counts)
 {
@@ -80,7 +82,14 @@ Real erfc_with_counts(Real x, const int64_t* counts)
     return 1 - erf_series(x, counts);
 }
 
-}  // namespace
+template <class Real>
+const int64_t* quiet_erfc_counts(Real x)
+{
+    const ErfTermCounts<Real>* block = ThreadRecord<ErfTermCounts<Real>>::peek();
+    if (block == nullptr || block->words[0] == 0 || !(x <= Thresholds<Real>::erfc_xmax))
+        return nullptr;
+    return block->words;
+}
 
 template <class Real>
 Real erf_value(Real x)
@@ -189,6 +198,8 @@ Real erfc_inverse_routine(Real x)
     template Real erf_value<Real>(Real);                  \
     template Real erfc_value<Real>(Real);                 \
     template Real erfc_inverse_value<Real>(Real);         \
+    template Real erfc_with_counts<Real>(Real, const int64_t*); \
+    template const int64_t* quiet_erfc_counts<Real>(Real); \
     template Real l_erfce<Real>(Real, int64_t[3]);        \
     template Real erf_routine<Real>(Real);                \
     template Real erfc_routine<Real>(Real);               \

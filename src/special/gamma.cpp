@@ -148,12 +148,51 @@ Real l_gamma(Real x)
     return -Real(kPi) / (y * s * value);
 }
 
+namespace {
+
+// Gamma raises nothing for a positive x up to its overflow limit that
+// passes the test of arguments too near zero.
+template <class Real>
+bool gamma_is_quiet(Real x)
+{
+    if (!(x > 0))
+        return false;
+    if (x <= 10)
+        return !(x * Real(1e20) < Thresholds<Real>::gamma_xsml * Real(1e20));
+    return x <= StoredGammaLimits<Real>::get().xmax;
+}
+
+// log Gamma raises nothing for a positive x where Gamma raises nothing or,
+// above 10, below the limits of the logarithm and the Stirling correction.
+template <class Real>
+bool log_gamma_is_quiet(Real x)
+{
+    if (x <= 10)
+        return gamma_is_quiet(x);
+    return x <= Thresholds<Real>::log_gamma_xmax && x < Thresholds<Real>::lgmc_xmax;
+}
+
+}  // namespace
+
+template <class Real>
+Real inner_gamma(Real x)
+{
+    return inner_routine(gamma_is_quiet(x), [&] { return l_gamma(x); }, [&] { return gamma_routine(x); });
+}
+
+template <class Real>
+Real inner_log_gamma(Real x)
+{
+    return inner_routine(log_gamma_is_quiet(x), [&] { return l_log_gamma(x); },
+                         [&] { return log_gamma_routine(x); });
+}
+
 template <class Real>
 Real l_log_gamma(Real x)
 {
     const Real y = std::fabs(x);
     if (y <= 10)
-        return std::log(std::fabs(gamma_routine(x)));
+        return std::log(std::fabs(inner_gamma(x)));
     if (y > Thresholds<Real>::log_gamma_xmax) {
         raise_error(4, 9013, {double(x), double(Thresholds<Real>::log_gamma_xmax)});
         return Machine<Real>::nan;
@@ -174,7 +213,7 @@ Real l_log_gamma(Real x)
 template <class Real>
 void orvls_algams(Real x, Real* log_gamma, Real* sign)
 {
-    *log_gamma = log_gamma_routine(x);
+    *log_gamma = inner_log_gamma(x);
     *sign = 1;
     if (x > 0)
         return;
@@ -189,7 +228,7 @@ Real orvls_gamr(Real x)
     if (x <= 0 && std::trunc(x) == x)
         return 0;
     if (std::fabs(x) <= 10) {
-        const Real value = 1 / gamma_routine(x);
+        const Real value = 1 / inner_gamma(x);
         clear_error_left_by_last_call(3);
         return value;
     }
@@ -211,7 +250,7 @@ Real l_gamma_incomplete(Real a, Real x)
     if (x == 0)
         return 0;
     const Real tricomi = l_gamit(a, x);
-    return tricomi * std::exp(log_gamma_routine(a) + a * std::log(x));
+    return tricomi * std::exp(inner_log_gamma(a) + a * std::log(x));
 }
 
 namespace {
@@ -252,7 +291,7 @@ Real l_gamit(Real a, Real x)
         return l_r9gmit(a, x, algap1, sgngam);
     }
     if (x <= a)
-        return exp_clearing_underflow(l_r9lgit(a, x, log_gamma_routine(a + 1)));
+        return exp_clearing_underflow(l_r9lgit(a, x, inner_log_gamma(a + 1)));
     const Real alng = l_r9lgic(a, x, alx);
     Real h = 1;
     if (aeps != 0 || ainta > 0) {
@@ -293,7 +332,7 @@ Real l_r9gmit(Real a, Real x, Real algap1, Real sgngam)
     if (a >= Real(-0.5))
         return std::exp(std::log(s) - algap1);
 
-    Real algs = std::log(s) - log_gamma_routine(aeps + 1);
+    Real algs = std::log(s) - inner_log_gamma(aeps + 1);
     const int64_t m = static_cast<int64_t>(-ma) - 1;
     Real s2 = 1, te = 1;
     for (int64_t i = 1; i <= m; ++i) {
@@ -390,6 +429,8 @@ Real gamma_incomplete_routine(Real a, Real x)
     template Real orvls_r9lgmc<Real>(Real);                               \
     template Real l_gamma<Real>(Real);                                    \
     template Real l_log_gamma<Real>(Real);                                \
+    template Real inner_gamma<Real>(Real);                                \
+    template Real inner_log_gamma<Real>(Real);                            \
     template void orvls_algams<Real>(Real, Real*, Real*);                 \
     template Real orvls_gamr<Real>(Real);                                 \
     template Real l_gamma_incomplete<Real>(Real, Real);                   \

@@ -94,7 +94,7 @@ Real gamma_cdf(Real x, Real a)
         return Real(1);
     }
     const Real eps = largest_spacing<Real>();
-    const Real u = a * log_x - (log_gamma_routine<Real>(a) + x);
+    const Real u = a * log_x - (inner_log_gamma<Real>(a) + x);
     const Real e = u <= eps + DistributionLimits<Real>::log_smallest ? Real(0) : std::exp(u);
     if (x > 1 && x >= a)
         return 1 - e * upper_tail_fraction(x, a);

@@ -12,12 +12,18 @@ namespace orvls {
 template <class Real>
 Real l_normal_cdf(Real x)
 {
-    return within("l_normal_cdf", [&] {
-        const Real value = Real(0.5) * erfc_routine<Real>(Real(-0.7071067811865476) * x);
-        if (special::error_type(0) == 2)
-            clear_error();
-        return value;
-    });
+    const Real z = Real(-0.7071067811865476) * x;
+    const int64_t* counts = quiet_erfc_counts(z);
+    return inner_routine(
+        counts != nullptr, [&] { return Real(0.5) * erfc_with_counts(z, counts); },
+        [&] {
+            return within("l_normal_cdf", [&] {
+                const Real value = Real(0.5) * erfc_routine<Real>(z);
+                if (special::error_type(0) == 2)
+                    clear_error();
+                return value;
+            });
+        });
 }
 
 template <class Real>

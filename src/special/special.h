@@ -147,11 +147,26 @@ Real erfc_value(Real x);
 template <class Real>
 Real erfc_inverse_value(Real x);
 
+// erfc(x) from the thread's term counts, and those counts when erfc(x)
+// raises nothing (they are made and x is below the underflow), else null.
+template <class Real>
+Real erfc_with_counts(Real x, const int64_t* counts);
+template <class Real>
+const int64_t* quiet_erfc_counts(Real x);
+
 // ---- Combinatorial functions -----------------------------------------------
 
 // C(n, m), the fractional part cut off below the largest exact integer.
 template <class Real>
 Real orvls_binom(int64_t n, int64_t m);
+
+// ---- Inner calls -------------------------------------------------------------
+// Gamma and log Gamma as other routines call them: the worker alone when the
+// argument raises nothing, else the public routine (inner_routine).
+template <class Real>
+Real inner_gamma(Real x);
+template <class Real>
+Real inner_log_gamma(Real x);
 
 // ---- The public routines as templates --------------------------------------
 // Each pushes its public name (orvls_f_... or orvls_d_...), so that errors
