@@ -121,7 +121,8 @@ std::vector<ratio_table::Case> cases()
          {{"Boost", [](auto& x) { return bm::owens_t(x[0], x[1], Policy()); }}}},
         {"bivariate_normal_cdf",
          make_inputs([](double u, int i) { return Args{6 * u - 3, 3 - 6 * spread(i + 7), 0.9 * std::cos(i)}; }),
-         [](auto& x) { return orvls_d_bivariate_normal_cdf(x[0], x[1], x[2]); }, nullptr, {}},
+         [](auto& x) { return orvls_d_bivariate_normal_cdf(x[0], x[1], x[2]); },
+         [](auto& x) { return floors::bivariate_normal_cdf(x[0], x[1], x[2]); }, {}},
     };
 }
 

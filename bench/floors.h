@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "special/common.h"
+#include "special/distributions.h"
 #include "special/root_bracket.h"
 #include "special/special.h"
 
@@ -115,6 +116,34 @@ inline double erfc_inverse(double x)
 }
 
 inline double normal_cdf(double x) { return 0.5 * erfc(-0.7071067811865476 * x); }
+
+// Owen's T has no frame of its own (orvls::l_owen_t serves as it is); the
+// bivariate distribution adds the normal cdfs and the case analysis.
+inline double bivariate_normal_cdf(double x, double y, double rho)
+{
+    if (std::fabs(rho) >= 1)
+        return kNan;
+    const auto phi = [](double v) { return v > 0 ? 1 - normal_cdf(-v) : normal_cdf(v); };
+    const auto quarter = [](double of) { return of < 0 ? -0.25 : 0.25; };
+    const double r = 1 / std::sqrt(1 - rho * rho);
+    double t1, t2;
+    if (x * y != 0) {
+        t1 = orvls::l_owen_t(x, (y / x - rho) * r);
+        t2 = orvls::l_owen_t(y, (x / y - rho) * r);
+    } else if (x == 0 && y != 0) {
+        t1 = quarter(y);
+        t2 = orvls::l_owen_t(y, -rho * r);
+    } else if (y == 0 && x != 0) {
+        t2 = quarter(x);
+        t1 = orvls::l_owen_t(x, -rho * r);
+    } else {
+        t1 = t2 = orvls::l_owen_t(0.0, (1 - rho) * r);
+    }
+    double value = 0.5 * (phi(x) + phi(y)) - t1 - t2;
+    if (x * y < 0 || (x * y == 0 && x + y < 0))
+        value -= 0.5;
+    return std::clamp(value, 0.0, 1.0);
+}
 inline double normal_inverse(double p) { return p <= 0 || p >= 1 ? kNan : -1.4142135623730951 * erfc_inverse(2 * p); }
 
 // ---- Gamma family ----------------------------------------------------------
