@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "capture.h"
+#include "frame/envelope.h"
 #include "frame/memory.h"
 #include "orvls.h"
 #include "special/common.h"
@@ -193,6 +194,70 @@ TEST(SpecialCorners, KnownValuesAndPaths)
     EXPECT_EQ(orvls_d_binomial_coefficient(60, 19), 2044802197953899);  // exact ...900, cut
     EXPECT_NEAR(orvls_d_binomial_coefficient(42, 21), 538257874440, 1);  // Stirling's form at k = 21
     EXPECT_EQ(last_outcome(), (Outcome{0, 0}));
+}
+
+
+// What the running routine sees of the error stack: its own type and code
+// (level 0) and those of the routine popped last (level 1).
+struct FrameView {
+    int64_t types[2];
+    int64_t codes[2];
+    bool operator==(const FrameView&) const = default;
+};
+
+FrameView frame_view()
+{
+    return {{orvls_n1rty(0), orvls_n1rty(1)}, {orvls_n1rcode(0), orvls_n1rcode(1)}};
+}
+
+// An inner call whose arguments raise nothing runs without its level; the
+// running routine must then see what the full call leaves, also with a
+// warning of its own standing and another routine's left behind.
+template <class Real>
+void expect_inner_calls_leave_the_full_calls_view()
+{
+    const auto view_after = [](auto call) {
+        FrameView view{};
+        envelope("orvls_test_outer", [&] {
+            orvls_ermes(3, 9020);
+            (void)gamma_routine(Real(-0.5));  // leaves nothing of its own
+            // Near -1 it leaves its warning 9020 at level 1.
+            (void)gamma_routine(Real(-1) - Thresholds<Real>::sqrt_eps4 / 2);
+            call();
+            view = frame_view();
+        });
+        return view;
+    };
+    for (Real x : {Real(0.25), Real(2.5), Real(9.75), Real(30.5)}) {
+        EXPECT_EQ(view_after([&] { (void)inner_gamma(x); }), view_after([&] { (void)gamma_routine(x); })) << x;
+        EXPECT_EQ(view_after([&] { (void)inner_log_gamma(x); }), view_after([&] { (void)log_gamma_routine(x); }))
+            << x;
+    }
+}
+
+TEST(SpecialInnerCalls, LeaveWhatTheFullCallLeaves)
+{
+    ErrorCapture capture;
+    expect_inner_calls_leave_the_full_calls_view<float>();
+    expect_inner_calls_leave_the_full_calls_view<double>();
+}
+
+// Below a level that reports as if the caller had called it, every return
+// is reported, so the inner call keeps its level.
+TEST(SpecialInnerCalls, ReportToTheCallerWhenTheRunningLevelDoes)
+{
+    static int returns = 0;
+    returns = 0;
+    orvls_set_at_checksum([](int64_t type, int64_t, const char*) { returns += type == 0; });
+    envelope("orvls_test_outer", [] {
+        (void)inner_gamma(2.5);
+        orvls_e1user("ON");
+        (void)inner_gamma(2.5);
+        (void)inner_log_gamma(30.5);
+        orvls_e1user("OFF");
+    });
+    orvls_set_at_checksum(nullptr);
+    EXPECT_EQ(returns, 3);  // the two inner calls under "ON" and the outer routine
 }
 
 }  // namespace
