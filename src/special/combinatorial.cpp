@@ -44,6 +44,24 @@ void leave_without_report(ErrorBlock* block, const char* name)
     below->user_call = user_call;
 }
 
+// n! as the factorial gives it, Gamma(n + 1) truncated, for every n up to
+// the gamma limit, where the gamma raises nothing: found once per process by
+// that same arithmetic, so a lookup gives the computed value to the bit.
+template <class Real>
+struct FactorialTable {
+    static constexpr int64_t kCapacity = 171;  // n + 1 below the larger (double) gamma limit
+    static inline OnceFlag made{0};
+    static inline int64_t count = 0;
+    static inline int64_t values[kCapacity];
+
+    static void make()
+    {
+        const Real xmax = StoredGammaLimits<Real>::get().xmax;
+        for (count = 0; count < kCapacity && Real(count + 1) <= xmax; ++count)
+            values[count] = truncate_to_integer(l_gamma(Real(count + 1)));
+    }
+};
+
 // The coefficient lies beyond the largest real.
 template <class Real>
 Real binomial_overflow()
@@ -119,7 +137,10 @@ int64_t factorial_routine(int64_t n)
         leave_without_report(existing_error_block(), name);
         return 0;
     }
-    const int64_t value = truncate_to_integer(inner_gamma(plus_one<Real>(n)));
+    using Table = FactorialTable<Real>;
+    if (Table::made.load(std::memory_order_acquire) == 0)
+        orvls_once(&Table::made, Table::make);
+    const int64_t value = n < Table::count ? Table::values[n] : truncate_to_integer(inner_gamma(plus_one<Real>(n)));
     pop(existing_error_block(), name);
     return value;
 }
