@@ -77,6 +77,25 @@ Real infinite_sum(Real y, Real p, Real q)
     return sum;
 }
 
+// How often the finite sum asks whether its later terms can still move it.
+constexpr int64_t kSumCheckInterval = 32;
+
+// True when no later term of the finite sum can change it: the ratio of
+// successive terms, (q - i + 1) c / (p + q - i), falls with i when p >= 1,
+// so once the next one is below 1 by more than its rounding every later
+// term is smaller than this one, which is at most 1 after the rescaling and
+// so never rescales again.  Unscaled (ib = 0) terms that no longer move the
+// sum cannot move it later, rounding being monotone; scaled ones are never
+// added.  The sum is then what the full loop would return, to the bit.
+template <class Real>
+bool sum_is_final(Real finsum, Real term, int64_t ib, Real next_ratio, Real p)
+{
+    constexpr Real margin = 1 - 128 * Machine<Real>::eps3;
+    if (!(p >= 1 && next_ratio <= margin))
+        return false;
+    return ib != 0 || finsum + term == finsum;
+}
+
 // The finite sum that carries q > 1 down to its fractional part; the terms
 // are kept scaled by powers of 100 tiny until they come into range.
 template <class Real>
@@ -106,6 +125,8 @@ Real finite_sum(Real y, Real p, Real q)
         }
         if (ib == 0)
             finsum += term;
+        if (i % kSumCheckInterval == 0 && sum_is_final(finsum, term, ib, (q - xi) * c / (p + q - xi - 1), p))
+            break;
     }
     return finsum;
 }

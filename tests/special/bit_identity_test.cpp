@@ -79,6 +79,8 @@ std::vector<Subject> subjects()
            }},
           {2000, [](Random& r) { return Args{r.log_uniform(1e-12, 0.2), r.integer(1, 50), r.integer(1, 50)}; }},
           {1000, [](Random& r) { return Args{r.uniform(0, 1), r.log_uniform(1e2, 1e5), r.log_uniform(1e-3, 10)}; }},
+          // Long finite sums, whose tails stop once no later term can move them.
+          {1000, [](Random& r) { return Args{r.uniform(0, 1), r.log_uniform(10, 1e5), r.log_uniform(10, 1e5)}; }},
           {500, [](Random& r) { return Args{r.uniform(0, 1), r.pick(kShapeEdges), r.pick(kShapeEdges)}; }}}},
         {"erf",
          BIT_IDENTITY_PUBLIC1(erf),
