@@ -96,6 +96,18 @@ Real chi_squared_cdf(Real chi_squared, Real df)
     return Real(0);
 }
 
+// The distribution function as the inverse's search calls it, without its
+// two levels where it raises nothing: a negative argument gives a note, a
+// small df a terminal error, and above 65 df the normal approximation an
+// alert far in its lower tail.
+template <class Real>
+Real inner_chi_squared_cdf(Real chi_squared, Real df)
+{
+    const bool quiet = chi_squared >= 0 && df >= Real(0.5) && df <= 65;
+    return inner_routine(quiet, [&] { return chi_squared_cdf(chi_squared, df); },
+                         [&] { return chi_squared_cdf_routine(chi_squared, df); });
+}
+
 template <class Real>
 Real chi_squared_inverse_cdf(Real p, Real df)
 {
@@ -107,7 +119,7 @@ Real chi_squared_inverse_cdf(Real p, Real df)
         return missing_value<Real>();
 
     const Real tolerance = 10 * largest_spacing<Real>();
-    const auto excess = [&](Real x) { return chi_squared_cdf_routine(x, df) - p; };
+    const auto excess = [&](Real x) { return inner_chi_squared_cdf(x, df) - p; };
     const Real z = normal_inverse_cdf_routine(p);
     const Real w = 2 / (9 * df);
     const Real root = std::sqrt(w) * z + 1 - w;

@@ -101,6 +101,18 @@ Real gamma_cdf(Real x, Real a)
     return e * lower_series(x, a) / a;
 }
 
+// The distribution function as the inverse's search calls it, without its
+// two levels where it raises nothing: x positive and well below where the
+// overflow test (log x against a third of the largest logarithm) fires, and
+// a shape whose log-gamma is quiet.
+template <class Real>
+Real inner_gamma_cdf(Real x, Real a)
+{
+    const bool quiet = x > 0 && x < DistributionLimits<Real>::cube_root_largest / 2 && a >= Real(1e-30) &&
+                       a <= DistributionLimits<Real>::gamma_shape_limit;
+    return inner_routine(quiet, [&] { return gamma_cdf(x, a); }, [&] { return gamma_cdf_routine(x, a); });
+}
+
 template <class Real>
 Real gamma_inverse_cdf(Real p, Real a)
 {
@@ -125,7 +137,7 @@ Real gamma_inverse_cdf(Real p, Real a)
     }
 
     const Real tolerance = 10 * largest_spacing<Real>();
-    const auto excess = [&](Real x) { return (x > 0 ? gamma_cdf_routine(x, a) : Real(0)) - p; };
+    const auto excess = [&](Real x) { return (x > 0 ? inner_gamma_cdf(x, a) : Real(0)) - p; };
     const Real x0 = z * z >= 9 * a ? a * cube_root * cube_root * cube_root : Real(0);
     const Real f0 = excess(x0);
     if (f0 == 0)
