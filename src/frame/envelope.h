@@ -65,7 +65,7 @@ inline void leave_silent_level(ErrorBlock* block)
 template <class Worker, class Routine>
 inline auto inner_routine(bool quiet, Worker&& worker, Routine&& routine)
 {
-    ErrorBlock* block = existing_error_block();
+    ErrorBlock* block = orvls_error_block();
     if (!quiet || block->error_stack_top->user_call != 0)
         return routine();
     const auto value = worker();
