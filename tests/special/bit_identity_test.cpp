@@ -24,7 +24,8 @@ const double kShapeEdges[] = {0, -0.0, 0.5, 1, 2, 10, 9.99, 10.01, 1e-30, -1, 35
 // A value just off a negative integer.
 double near_negative_integer(Random& r, int64_t lowest)
 {
-    return r.integer(lowest, -1) + r.log_uniform(1e-15, 1e-3, true);
+    const double integer = r.integer(lowest, -1);  // drawn first, whatever the compiler's order
+    return integer + r.log_uniform(1e-15, 1e-3, true);
 }
 
 // n! as its integer's bits, so that the whole integer is compared.
